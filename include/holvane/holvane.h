@@ -1,0 +1,9 @@
+#ifndef HOLVANE_HOLVANE_H
+#define HOLVANE_HOLVANE_H
+
+// The whole exported interface of the Holvane core library.
+#include <holvane/export.h>
+#include <holvane/types.h>
+#include <holvane/logger.h>
+
+#endif

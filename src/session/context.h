@@ -1,0 +1,102 @@
+#ifndef HOLVANE_SESSION_CONTEXT_H
+#define HOLVANE_SESSION_CONTEXT_H
+
+#include <holvane/types.h>
+
+#include "session/optional.h"
+
+#include <bitset>
+#include <cstdint>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+namespace Holvane {
+namespace Internal {
+
+using Phase::Eye;
+using Phase::TransparencyRenderingType;
+using Util::RenderingEngineId;
+
+// The one process-wide session. There is no handle and no lock: one host thread configures it while no
+// render thread is inside the library, and render threads only read it (apart from the per-pixel counters).
+//
+// Fields of subsystems that are not built yet join here, in the order of the session's table, together with
+// their line in resetSession().
+struct HolvaneContext {
+    Phase::Phase phase = Phase::PHASE_NONE;
+    bool initialized = false;
+    RenderingEngineId engineId = RenderingEngineId(0);
+    Optional<bool> draftMode;
+    TavPoint zovScaling = {1.0f, 0.5f, 1.0f};
+    Optional<float> renderScale = Optional<float>(1.0f);
+    Matrix4 camToWorld = identityMatrix();
+    Matrix4 worldToCam = identityMatrix();
+    float distanceToGround = 1.6f;
+    bool renderInsideBox = false;
+    Optional<std::int32_t> currentFrame = Optional<std::int32_t>(-1);
+    std::uint32_t framePadding = 0;  // only HvSetCurrentFrame gives it a value
+    char frameSeparator = '.';
+    Optional<float> ipd = Optional<float>(63.5f);
+    Optional<Eye> eye = Optional<Eye>(Eye(0));
+    Optional<TavPoint> specularPointOffset;
+    Optional<TavPoint> specularPointWorld;
+    Optional<TavPoint> specularPointLocal;
+    Optional<TavPoint> sceneUp;
+    float deepAngle = 0.5235988f;
+    float deepCosine = 0.8660254f;
+    float deepStrength = 1.0f;
+    std::string detectFilePath;
+    std::string detectPhaseOverride;
+    std::string outFilePath;
+    Optional<double> renderingWidth;
+    Optional<double> renderingHeight;
+    double renderingRatio = 0.0;
+    Optional<unsigned long long> bucketWidth;
+    Optional<unsigned long long> bucketHeight;
+    unsigned long long threadNumber = 0;
+    unsigned long long sampleSpoolLimit = 0;  // no setter exists
+    Optional<TransparencyRenderingType> transparencyMode =
+        Optional<TransparencyRenderingType>(TransparencyRenderingType(0));
+    bool motionVector = true;
+    // renderingContext (camera subsystem)
+    std::vector<std::uint16_t> sampleIndexCounters;
+    std::vector<std::uint16_t> rayCounters;
+    std::vector<std::uint16_t> hitCounters;
+    std::vector<std::vector<std::bitset<256>>> cameraPixelCoverage;  // [x][y], bit c: camera c done
+    // reservedLayerSlots, layerDistanceSlots (detection subsystem)
+    // detectPlaques, detectExtra (files subsystem)
+    // buckets (render subsystem)
+    // aovFormat (files subsystem)
+    Optional<std::int32_t> zovOffsetRight;
+    Optional<std::int32_t> zovOffsetTop;
+    Optional<std::int32_t> zovOffsetBack;
+    Optional<double> outputWidth;
+    Optional<double> outputHeight;
+    double outputRatio = 0.0;
+    Optional<unsigned long long> blockCount;
+    Optional<unsigned long long> currentBlock;
+    std::FILE* spoolFile = nullptr;
+    unsigned long long spoolSampleCount = 0;
+    bool clipEnabled = false;
+    TavPoint clipCenterWorld = {0.0f, 0.0f, 0.0f};
+    TavPoint clipCenterLocal = {0.0f, 0.0f, 0.0f};
+    float clipRadius = 0.0f;
+    bool clipInverted = false;
+
+    static Matrix4 identityMatrix()
+    {
+        return Matrix4{{{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}}};
+    }
+};
+
+// The session itself, alive from load to unload.
+HolvaneContext& session();
+
+// Rebuilds every field to its default and frees what the session holds. Only HvInitPhase calls it.
+void resetSession();
+
+}  // namespace Internal
+}  // namespace Holvane
+
+#endif

@@ -1,0 +1,37 @@
+# Installs the built library into a private prefix, then configures, builds and runs a tiny host project
+# against it through find_package(Holvane CONFIG) and through pkg-config.
+file(REMOVE_RECURSE ${WORK_DIR})
+set(prefix ${WORK_DIR}/prefix)
+
+function(run)
+  execute_process(COMMAND ${ARGN} RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE err)
+  if(NOT rc EQUAL 0)
+    message(FATAL_ERROR "failed: ${ARGN}\n${out}\n${err}")
+  endif()
+  set(last_output "${out}" PARENT_SCOPE)
+endfunction()
+
+run(${CMAKE_COMMAND} --install ${HOLVANE_BUILD_DIR} --prefix ${prefix})
+run(${CMAKE_COMMAND} -S ${CONSUMER_SOURCE_DIR} -B ${WORK_DIR}/build -DCMAKE_PREFIX_PATH=${prefix})
+run(${CMAKE_COMMAND} --build ${WORK_DIR}/build)
+run(${WORK_DIR}/build/consumer)
+if(NOT last_output MATCHES "consumer: hello from a host")
+  message(FATAL_ERROR "unexpected consumer output: ${last_output}")
+endif()
+
+# pkg-config: the same program, compiled by hand with the flags holvane.pc gives.
+find_program(PKG_CONFIG pkg-config REQUIRED)
+set(ENV{PKG_CONFIG_PATH} ${prefix}/lib/pkgconfig)
+file(GLOB pc_files ${prefix}/lib*/pkgconfig/holvane.pc ${prefix}/lib/*/pkgconfig/holvane.pc)
+list(GET pc_files 0 pc_file)
+get_filename_component(pc_dir ${pc_file} DIRECTORY)
+set(ENV{PKG_CONFIG_PATH} ${pc_dir})
+run(${PKG_CONFIG} --define-variable=prefix=${prefix} --cflags --libs holvane)
+string(STRIP "${last_output}" pc_flags)
+separate_arguments(pc_flags)
+get_filename_component(libdir ${pc_dir} DIRECTORY)
+run(c++ -std=c++17 ${CONSUMER_SOURCE_DIR}/main.cpp ${pc_flags} -Wl,-rpath,${libdir} -o ${WORK_DIR}/consumer_pc)
+run(${WORK_DIR}/consumer_pc)
+if(NOT last_output MATCHES "consumer: hello from a host")
+  message(FATAL_ERROR "unexpected pkg-config consumer output: ${last_output}")
+endif()
