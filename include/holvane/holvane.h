@@ -5,5 +5,6 @@
 #include <holvane/export.h>
 #include <holvane/types.h>
 #include <holvane/logger.h>
+#include <holvane/records.h>
 
 #endif
