@@ -6,5 +6,6 @@
 #include <holvane/types.h>
 #include <holvane/logger.h>
 #include <holvane/txt.h>
+#include <holvane/records.h>
 
 #endif

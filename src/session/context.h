@@ -1,6 +1,7 @@
 #ifndef HOLVANE_SESSION_CONTEXT_H
 #define HOLVANE_SESSION_CONTEXT_H
 
+#include <holvane/records.h>
 #include <holvane/types.h>
 
 #include "session/optional.h"
@@ -65,9 +66,10 @@ struct HolvaneContext {
     std::vector<std::uint16_t> hitCounters;
     std::vector<std::vector<std::bitset<256>>> cameraPixelCoverage;  // [x][y], bit c: camera c done
     // reservedLayerSlots, layerDistanceSlots (detection subsystem)
-    // detectPlaques, detectExtra (files subsystem)
+    std::vector<BinIO::DetectPlaqueInfo> detectPlaques;  // render phase: the detect file's plaques, by pixel
+    std::vector<unsigned char> detectExtra;  // render phase: the detect file's completion flags, carried over
     // buckets (render subsystem)
-    // aovFormat (files subsystem)
+    BinIO::AovFormat aovFormat;
     Optional<std::int32_t> zovOffsetRight;
     Optional<std::int32_t> zovOffsetTop;
     Optional<std::int32_t> zovOffsetBack;
