@@ -4,8 +4,18 @@ namespace Holvane {
 namespace Internal {
 
 namespace {
-HolvaneContext g_session;
+
+// Before the first reset the distance limit is the largest double; every reset brings the smaller default.
+HolvaneContext loadTimeSession()
+{
+    HolvaneContext context;
+    context.renderingContext.maxDistance = 1.7976931348623157e+308;
+    return context;
 }
+
+HolvaneContext g_session = loadTimeSession();
+
+}  // namespace
 
 HolvaneContext& session()
 {

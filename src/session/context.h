@@ -5,6 +5,7 @@
 #include <holvane/types.h>
 
 #include "session/optional.h"
+#include "session/session_rendering_context.h"
 
 #include <bitset>
 #include <cstdint>
@@ -60,7 +61,7 @@ struct HolvaneContext {
     Optional<TransparencyRenderingType> transparencyMode =
         Optional<TransparencyRenderingType>(TransparencyRenderingType(0));
     bool motionVector = true;
-    // renderingContext (camera subsystem)
+    SessionRenderingContext renderingContext;
     std::vector<std::uint16_t> sampleIndexCounters;
     std::vector<std::uint16_t> rayCounters;
     std::vector<std::uint16_t> hitCounters;
