@@ -12,5 +12,50 @@ TavPoint transformPoint(Matrix4 const& m, TavPoint const& p)
     return out;
 }
 
+namespace {
+
+typedef double Matrix4d[4][4];
+
+// The determinant of the 3x3 minor left when `row` and `column` are struck out of `a`.
+double minorDeterminant(Matrix4d const& a, int row, int column)
+{
+    int r[3], c[3];
+    for (int i = 0, n = 0; i < 4; ++i)
+        if (i != row)
+            r[n++] = i;
+    for (int j = 0, n = 0; j < 4; ++j)
+        if (j != column)
+            c[n++] = j;
+    return a[r[0]][c[0]] * (a[r[1]][c[1]] * a[r[2]][c[2]] - a[r[1]][c[2]] * a[r[2]][c[1]])
+         - a[r[0]][c[1]] * (a[r[1]][c[0]] * a[r[2]][c[2]] - a[r[1]][c[2]] * a[r[2]][c[0]])
+         + a[r[0]][c[2]] * (a[r[1]][c[0]] * a[r[2]][c[1]] - a[r[1]][c[1]] * a[r[2]][c[0]]);
+}
+
+}  // namespace
+
+Matrix4 invertMatrix(Matrix4 const& m)
+{
+    Matrix4d a;
+    for (int i = 0; i < 4; ++i)
+        for (int j = 0; j < 4; ++j)
+            a[i][j] = m.m[i][j];
+
+    Matrix4d cofactor;
+    for (int i = 0; i < 4; ++i)
+        for (int j = 0; j < 4; ++j)
+            cofactor[i][j] = ((i + j) % 2 == 0 ? 1.0 : -1.0) * minorDeterminant(a, i, j);
+
+    double determinant = 0.0;
+    for (int j = 0; j < 4; ++j)
+        determinant += a[0][j] * cofactor[0][j];
+    double const reciprocal = 1.0 / determinant;  // no singularity test, by contract
+
+    Matrix4 inverse;
+    for (int i = 0; i < 4; ++i)
+        for (int j = 0; j < 4; ++j)
+            inverse.m[j][i] = static_cast<float>(cofactor[i][j] * reciprocal);
+    return inverse;
+}
+
 }  // namespace Internal
 }  // namespace Holvane
