@@ -31,6 +31,14 @@ double minorDeterminant(Matrix4d const& a, int row, int column)
          + a[r[0]][c[2]] * (a[r[1]][c[0]] * a[r[2]][c[1]] - a[r[1]][c[1]] * a[r[2]][c[0]]);
 }
 
+// A zero cofactor is +0 whatever its sign position, so that the zeros of a plain rotation or translation
+// come back as +0 rather than -0.
+double signedCofactor(Matrix4d const& a, int row, int column)
+{
+    double const minor = minorDeterminant(a, row, column);
+    return ((row + column) % 2 == 0 ? minor : -minor) + 0.0;
+}
+
 }  // namespace
 
 Matrix4 invertMatrix(Matrix4 const& m)
@@ -43,7 +51,7 @@ Matrix4 invertMatrix(Matrix4 const& m)
     Matrix4d cofactor;
     for (int i = 0; i < 4; ++i)
         for (int j = 0; j < 4; ++j)
-            cofactor[i][j] = ((i + j) % 2 == 0 ? 1.0 : -1.0) * minorDeterminant(a, i, j);
+            cofactor[i][j] = signedCofactor(a, i, j);
 
     double determinant = 0.0;
     for (int j = 0; j < 4; ++j)
