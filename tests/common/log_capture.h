@@ -8,16 +8,9 @@
 
 namespace HolvaneTest {
 
-struct LogLine {
-    Holvane::Logger::LogLevel level;
-    std::string text;
-};
-
-// Collects every message, at every level and with its newlines untouched, while it lives; the console is
-// silenced and the level header off meanwhile. Restores the logger's defaults afterwards.
-class LogCapture {
-public:
-    std::vector<LogLine> lines;
+// While it lives, collects every message as "level|text" (newlines kept, no level header) instead of printing.
+struct LogCapture {
+    std::vector<std::string> lines;
 
     LogCapture()
     {
@@ -27,7 +20,6 @@ public:
         HvSetCallbackCarriageReturnMode(CR_KEEP);
         HvSetLogLevelHeader(false);
     }
-
     ~LogCapture()
     {
         using namespace Holvane::Logger;
@@ -37,31 +29,12 @@ public:
         HvSetLogLevelHeader(true);
     }
 
-    LogCapture(LogCapture const&) = delete;
-    LogCapture& operator=(LogCapture const&) = delete;
+    // The one line captured, or "<n lines>".
+    std::string only() const { return lines.size() == 1 ? lines[0] : "<" + std::to_string(lines.size()) + " lines>"; }
 
-    std::vector<std::string> texts() const
-    {
-        std::vector<std::string> out;
-        for (LogLine const& line : lines)
-            out.push_back(line.text);
-        return out;
-    }
-
-    // The one line captured so far, as "level|text"; "<n lines>" when there are none or several.
-    std::string only() const
-    {
-        if (lines.size() != 1)
-            return "<" + std::to_string(lines.size()) + " lines>";
-        return std::to_string(int(lines[0].level)) + "|" + lines[0].text;
-    }
-
-    void clear() { lines.clear(); }
-
-private:
     static void collect(Holvane::Logger::LogLevel const& level, char const* text, void* self)
     {
-        static_cast<LogCapture*>(self)->lines.push_back({level, text});
+        static_cast<LogCapture*>(self)->lines.push_back(std::to_string(int(level)) + "|" + text);
     }
 };
 
