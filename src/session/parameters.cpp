@@ -192,15 +192,15 @@ void HvSetOutputResolution(unsigned long long const& width, unsigned long long c
         return;
     }
     if (width < 312 || width > 6000) {
-        Logger::HvOutputLogString(Logger::ERROR,
-                                  "[Holvane] Invalid target image resolution for X: %d. (must be between [%d and %d]).\n",
-                                  int(width), 312, 6000);
+        Logger::HvOutputLogString(
+            Logger::ERROR, "[Holvane] Invalid target image resolution for X: %d. (must be between [%d and %d]).\n",
+            int(width), 312, 6000);
         return;
     }
     if (height < 208 || height > 4000) {
-        Logger::HvOutputLogString(Logger::ERROR,
-                                  "[Holvane] Invalid target image resolution for Y: %d. (must be between [%d and %d]).\n",
-                                  int(height), 208, 4000);
+        Logger::HvOutputLogString(
+            Logger::ERROR, "[Holvane] Invalid target image resolution for Y: %d. (must be between [%d and %d]).\n",
+            int(height), 208, 4000);
         return;
     }
     Internal::HolvaneContext& s = session();

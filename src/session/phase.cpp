@@ -125,6 +125,7 @@ void prepareDetectTables()
 void prepareRenderTables()
 {
     // joins here: the detect file read (items 1-7)
+    // (its path, plaques and cameras, the plaque lookup, the clipping filter, the output size, two log lines)
     allocatePixelCounters();
 }
 
@@ -157,7 +158,8 @@ void prepareAovsAndBuckets()
     } else {
         registerLibraryAovs();
     }
-    // joins here: the buckets' creation (threadNumber buckets of bucketWidth x bucketHeight, aovFormat, sampleSpoolLimit)
+    // joins here: the buckets' creation (threadNumber buckets of bucketWidth x bucketHeight, with aovFormat
+    // and sampleSpoolLimit)
 }
 
 // Takes the spool file out of the session, so that no one processes it twice. Null, with a WARNING, when it
