@@ -18,6 +18,16 @@ std::string const& detectPathInUse()
     return s.detectPhaseOverride.empty() ? s.detectFilePath : s.detectPhaseOverride;
 }
 
+void allocatePixelCounters()
+{
+    HolvaneContext& s = session();
+    std::size_t const pixels =
+        static_cast<std::size_t>(s.renderingWidth.get()) * static_cast<std::size_t>(s.renderingHeight.get());
+    s.sampleIndexCounters.assign(pixels, 0);
+    s.rayCounters.assign(pixels, 0);
+    s.hitCounters.assign(pixels, 0);
+}
+
 }  // namespace Internal
 
 namespace Phase {
@@ -98,35 +108,20 @@ void computeSpecularPoint()
     s.specularPointWorld = Internal::transformPoint(s.camToWorld, local);
 }
 
-std::size_t renderingPixelCount()
-{
-    HolvaneContext const& s = session();
-    return static_cast<std::size_t>(s.renderingWidth.get()) * static_cast<std::size_t>(s.renderingHeight.get());
-}
-
-void allocatePixelCounters()
-{
-    HolvaneContext& s = session();
-    std::size_t const pixels = renderingPixelCount();
-    s.sampleIndexCounters.assign(pixels, 0);
-    s.rayCounters.assign(pixels, 0);
-    s.hitCounters.assign(pixels, 0);
-}
-
 void prepareDetectTables()
 {
     HolvaneContext& s = session();
     s.cameraPixelCoverage.assign(static_cast<std::size_t>(s.renderingWidth.get()),
                                  std::vector<std::bitset<256>>(static_cast<std::size_t>(s.renderingHeight.get())));
     // joins here: Internal::buildCameraRig();
-    allocatePixelCounters();
+    Internal::allocatePixelCounters();
 }
 
 void prepareRenderTables()
 {
     // joins here: the detect file read (items 1-7)
     // (its path, plaques and cameras, the plaque lookup, the clipping filter, the output size, two log lines)
-    allocatePixelCounters();
+    Internal::allocatePixelCounters();
 }
 
 void openSpoolFile()

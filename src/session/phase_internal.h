@@ -9,6 +9,9 @@ namespace Internal {
 // The hlvDetect file the render phase reads: the override when one is given, else the path the host set.
 std::string const& detectPathInUse();
 
+// One zero entry per pixel of the rendering image in each of the three per-pixel counter arrays.
+void allocatePixelCounters();
+
 // The settings of the phase that has just begun, line by line, at their levels. Reads the required values
 // through their checks, so an unset one throws.
 void printPhaseSettings();
