@@ -7,5 +7,6 @@
 #include <holvane/logger.h>
 #include <holvane/txt.h>
 #include <holvane/records.h>
+#include <holvane/binio.h>
 
 #endif
