@@ -20,11 +20,6 @@ std::uint16_t bitsOf(half_float::half value)
     return bits;
 }
 
-void setFloats(AOVData& slot, std::vector<float> const& values)
-{
-    std::memcpy(slot.bytes, values.data(), values.size() * sizeof(float));
-}
-
 float floatAt(AOVData const& slot, int index)
 {
     float value;
@@ -32,54 +27,42 @@ float floatAt(AOVData const& slot, int index)
     return value;
 }
 
-float const justBelowNextHalf = std::nextafter(1.0009765625f, 0.0f);  // the half after 1.0 is 1 + 2^-10
-
 }  // namespace
 
-// Seven samples of three channels: compaction walks channel 1 a stride of 3 slots apart, four samples per turn
-// and then the tail.
+// Seven samples of three channels: channel 1 is taken a stride of 3 slots apart, four per turn, then the tail.
 TEST(AovCompaction, FloatsBecomeTruncatedHalvesWithTheStride)
 {
+    float const justBelowNextHalf = std::nextafter(1.0009765625f, 0.0f);  // the half after 1.0 is 1 + 2^-10
     std::vector<AOVData> slots(7 * 3);
     for (int s = 0; s < 7; ++s)
-        setFloats(slots[s * 3 + 1], {justBelowNextHalf * float(s + 1), -0.1f * float(s), 70000.0f, float(s)});
+        slots[s * 3 + 1].vec4 = {justBelowNextHalf * float(s + 1), -0.1f * float(s), 70000.0f, float(s)};
     std::vector<halfvec4> colors(2);
     CompactAOVS(&slots[1], 7, 3, colors);
     ASSERT_EQ(colors.size(), 7u);
-    EXPECT_EQ(bitsOf(colors[0].x), 0x3C00);  // truncation, not rounding, to 1.0
-    EXPECT_EQ(bitsOf(colors[1].y), 0xAE66);  // -0.1f truncated toward zero
+    EXPECT_EQ(bitsOf(colors[0].x), 0x3C00);  // 1.0: truncated, not rounded
+    EXPECT_EQ(bitsOf(colors[1].y), 0xAE66);  // toward zero for a negative value too
     EXPECT_EQ(bitsOf(colors[6].z), 0x7C00);  // beyond the range
     for (int s = 0; s < 7; ++s) {
-        SCOPED_TRACE(s);
         EXPECT_EQ(bitsOf(colors[s].x), bitsOf(half_float::half(justBelowNextHalf * float(s + 1))));
         EXPECT_EQ(static_cast<float>(colors[s].w), float(s));
     }
-
     std::vector<halfvec3> normals;
-    std::vector<halfvec2> velocities;
     CompactAOVS(&slots[1], 5, 3, normals);
-    CompactAOVS(&slots[1], 0, 3, velocities);
     EXPECT_EQ(bitsOf(normals[4].y), bitsOf(half_float::half(-0.4f)));
-    EXPECT_TRUE(velocities.empty());
+
+    std::vector<AOVData> back(4);
+    std::memset(static_cast<void*>(back.data()), 0xAB, back.size() * sizeof(AOVData));
+    std::vector<halfvec2> velocities = {{colors[0].x, colors[1].y}, {colors[6].z, colors[3].w}};
+    DecompactAOVs(back.data(), 2, velocities);
+    EXPECT_EQ(floatAt(back[0], 0), 1.0f);
+    EXPECT_EQ(floatAt(back[0], 1), -0.0999755859375f);
+    EXPECT_EQ(floatAt(back[2], 0), INFINITY);
+    EXPECT_EQ(back[0].bytes[8], 0xAB);  // the rest of the slot, the slots between and beyond are left alone
+    EXPECT_EQ(back[1].bytes[0], 0xAB);
+    EXPECT_EQ(back[3].bytes[0], 0xAB);
 }
 
-TEST(AovCompaction, DecompactionWidensAndLeavesTheRestOfTheSlot)
-{
-    std::vector<AOVData> slots(4);
-    for (AOVData& slot : slots)
-        std::memset(slot.bytes, 0xAB, sizeof slot.bytes);
-    std::vector<halfvec2> velocities = {{half_float::half(0.5f), half_float::half(-2.0f)},
-                                        {half_float::half(0.1f), half_float::half(3.0f)}};
-    DecompactAOVs(&slots[0], 2, velocities);
-    EXPECT_EQ(floatAt(slots[0], 0), 0.5f);
-    EXPECT_EQ(floatAt(slots[0], 1), -2.0f);
-    EXPECT_EQ(floatAt(slots[2], 0), 0.0999755859375f);
-    EXPECT_EQ(slots[0].bytes[8], 0xAB);
-    EXPECT_EQ(slots[1].bytes[0], 0xAB);  // between the strided slots
-    EXPECT_EQ(slots[3].bytes[0], 0xAB);  // beyond the elements
-}
-
-TEST(AovCompaction, ExactChannelsRoundTrip)
+TEST(AovCompaction, DoubleBytesAndBitsRoundTrip)
 {
     std::vector<AOVData> slots(3), back(3);
     slots[0].doubleValue = 0.5;
@@ -102,52 +85,46 @@ TEST(AovCompaction, ExactChannelsRoundTrip)
     CompactAOVS(&slots[2], 1, 1, bytes);
     DecompactAOVs(back.data(), 1, words);
     DecompactAOVs(&back[2], 1, bytes);
-    EXPECT_EQ(std::memcmp(back[0].bytes, &nanWithPayload, 4), 0);  // bits unchanged, also for a float
+    EXPECT_EQ(std::memcmp(back[0].bytes, &nanWithPayload, 4), 0);  // the bits, also of a float
     EXPECT_EQ(back[1].floatValue, -0.1f);
     EXPECT_EQ(back[2].byteValue, char(-5));
 }
 
-// A tight record moves 1, 4, 8, 12, 16, 12 and 8 bytes for types 0 to 6 and nothing for a type above.
+// A tight record moves 1, 4, 8, 12, 16, 12 and 8 bytes for types 0 to 6 and skips the slot of a type above.
 TEST(AovRecords, TightRecordSizesAndTheTypeSixAsymmetry)
 {
     std::vector<AOVType> const types = {AOVType(0), AOVType(1), AOVType(9), AOVType(2), AOVType(3),
                                         AOVType(4), AOVType(5), AOVType(6)};
-    std::vector<AOVData> slots(types.size());
+    std::vector<AOVData> slots(types.size()), fromFile(types.size()), fromMem(types.size());
     for (std::size_t a = 0; a < slots.size(); ++a)
         for (int b = 0; b < 16; ++b)
-            slots[a].bytes[b] = static_cast<unsigned char>(a * 16 + b);
+            slots[a].bytes[b] = static_cast<unsigned char>(a * 16 + b + 1);
 
     std::FILE* file = std::tmpfile();
     WriteAovsToFile(file, types, slots.data());
     EXPECT_EQ(std::ftell(file), 61);
     std::rewind(file);
-    std::vector<AOVData> fromFile(types.size());
     ReadAovsFromFile(file, types, fromFile.data());
     std::fclose(file);
-    EXPECT_EQ(fromFile[0].bytes[0], 0);
-    EXPECT_EQ(fromFile[0].bytes[1], 0);
-    EXPECT_EQ(fromFile[2].bytes[0], 0);  // the unknown type's slot is skipped on both sides
-    EXPECT_EQ(std::memcmp(fromFile[3].bytes, slots[3].bytes, 8), 0);
-    EXPECT_EQ(std::memcmp(fromFile[5].bytes, slots[5].bytes, 16), 0);
-    EXPECT_EQ(std::memcmp(fromFile[7].bytes, slots[7].bytes, 8), 0);
-    EXPECT_EQ(fromFile[7].bytes[8], 0);
+    std::size_t const moved[] = {1, 4, 0, 8, 12, 16, 12, 8};
+    for (std::size_t a = 0; a < types.size(); ++a) {
+        EXPECT_EQ(std::memcmp(fromFile[a].bytes, slots[a].bytes, moved[a]), 0) << a;
+        EXPECT_EQ(fromFile[a].bytes[moved[a] % 16], moved[a] == 16 ? slots[a].bytes[0] : 0) << a;
+    }
 
-    // The memory writer takes a type 6 channel as one byte, its reader as eight.
+    // The memory writer takes a type 6 channel as one byte while its reader takes eight.
+    std::vector<unsigned char> buffer(62, 0xEE);
+    WriteAovsToMem(buffer.data(), types, slots.data());
+    EXPECT_EQ(buffer[54], 0xEE);
+    ReadAovsFromMem(buffer.data(), types, fromMem.data());
+    EXPECT_EQ(std::memcmp(fromMem[6].bytes, slots[6].bytes, 12), 0);
+    EXPECT_EQ(fromMem[7].bytes[0], slots[7].bytes[0]);
+    EXPECT_EQ(fromMem[7].bytes[1], 0xEE);
+
     std::vector<AOVType> const vecThenByte = {AOVType(6), AOVType(0)};
-    std::vector<AOVData> const vecAndByte = {slots[7], slots[1]};
-    std::vector<unsigned char> buffer(9, 0xEE);  // sized as AovFormat's sampleSize
-    WriteAovsToMem(buffer.data(), vecThenByte, vecAndByte.data());
-    EXPECT_EQ(buffer[0], 7 * 16);
-    EXPECT_EQ(buffer[1], 16);  // the byte channel, right after one byte
-    EXPECT_EQ(buffer[2], 0xEE);
-    std::vector<AOVData> fromMem(2);
+    std::vector<AOVData> const pair = {slots[7], slots[1]};
+    WriteAovsToMem(buffer.data(), vecThenByte, pair.data());
+    EXPECT_EQ(buffer[1], slots[1].bytes[0]);  // the byte channel right after one byte
     ReadAovsFromMem(buffer.data(), vecThenByte, fromMem.data());
-    EXPECT_EQ(fromMem[0].bytes[1], 16);
-    EXPECT_EQ(fromMem[1].bytes[0], 0xEE);  // read from offset 8: wrong from that channel on
-
-    std::vector<unsigned char> tight(61);
-    WriteAovsToMem(tight.data(), {types.begin(), types.end() - 1}, slots.data());
-    std::vector<AOVData> back(types.size());
-    ReadAovsFromMem(tight.data(), {types.begin(), types.end() - 1}, back.data());
-    EXPECT_EQ(std::memcmp(back[6].bytes, slots[6].bytes, 12), 0);
+    EXPECT_EQ(fromMem[1].bytes[0], buffer[8]);  // read from offset 8: wrong from that channel on
 }
