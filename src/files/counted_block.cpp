@@ -7,7 +7,6 @@
 #include <sys/types.h>
 
 #include <climits>
-#include <cstring>
 #include <memory>
 
 namespace Holvane {
