@@ -8,5 +8,6 @@
 #include <holvane/txt.h>
 #include <holvane/records.h>
 #include <holvane/phase.h>
+#include <holvane/binio.h>
 
 #endif
