@@ -8,5 +8,7 @@
 #include <holvane/txt.h>
 #include <holvane/records.h>
 #include <holvane/binio.h>
+#include <holvane/fileheader.h>
+#include <holvane/container.h>
 
 #endif
