@@ -36,6 +36,13 @@ struct ContainerHeaderAccess {
     static Json::Value& json(HLVRender_header& header);
 };
 
+// The first slot of AOV channel `channel` in a sample-major slot array, or null when the array holds no sample.
+template <typename Slots>
+auto channelStart(Slots& slots, std::size_t channel) -> decltype(slots.data())
+{
+    return channel < slots.size() ? slots.data() + channel : nullptr;
+}
+
 // Opens `path` for binary reading and places the stream just after the header text, where the first block
 // starts. Null when the file can't be opened. A file too short for the length word is left at its end.
 std::FILE* openAtFirstBlock(char const* path);

@@ -1,5 +1,6 @@
 // The writers of the render container: hlvWriter_v9 (28-byte samples) and hlvWriter_v8 (24-byte samples).
 
+#include "files/aov_blocks.h"
 #include "files/closing_file.h"
 #include "files/container_format.h"
 #include "files/counted_block.h"
@@ -18,21 +19,6 @@ namespace {
 using BinIO::AOVData;
 using BinIO::header_v09;
 
-// One AOV channel in the form its block holds, kept between the digest and the write.
-struct CompactChannel {
-    std::vector<unsigned char> bytes;
-    std::size_t elementSize = 0;
-    bool hasBlock = false;  // types above 6 have no block
-};
-
-std::vector<CompactChannel> compactChannels(std::vector<Phase::AOVType> const& types, AOVData const* /*slots*/,
-                                            std::size_t /*sampleCount*/)
-{
-    std::vector<CompactChannel> channels(types.size());
-    // joins here: channels[a] = CompactAOVS of slots + a, sampleCount elements, stride types.size(), by type
-    return channels;
-}
-
 template <typename T>
 void feedRecords(HashSum& hash, std::vector<T> const& records)
 {
@@ -42,7 +28,7 @@ void feedRecords(HashSum& hash, std::vector<T> const& records)
 // What the writer digests: the fill holes enter in their 28-byte memory form while a reader digests the packed
 // 24-byte form it expands, so the two sums agree only for a file without fill holes. Nothing compares them.
 template <typename Data>
-int writtenHashSum(Data const& data, std::vector<CompactChannel> const& channels)
+int writtenHashSum(Data const& data, std::vector<Phase::AOVType> const& types, std::vector<AOVData> const& slots)
 {
     HashSum hash;
     digestStart(hash);
@@ -50,8 +36,8 @@ int writtenHashSum(Data const& data, std::vector<CompactChannel> const& channels
     digestPlaques(hash, data.fillHoles.data(), data.fillHoles.size());
     feedRecords(hash, data.samples);
     if (!data.samples.empty())
-        for (CompactChannel const& channel : channels)
-            feedRecords(hash, channel.bytes);
+        for (std::size_t a = 0; a < types.size(); ++a)
+            digestAovChannel(hash, types[a], channelStart(slots, a), data.samples.size(), types.size());
     feedRecords(hash, data.completion);
     digestFinish(hash);
     return hashSumOf(hash);
@@ -86,20 +72,20 @@ HlvReaderError writeContainer(char const* path, header_v09 const& header, Data c
         return BinIO::READER_OPEN_FAILED;
 
     std::vector<AOVData> padded;
-    std::vector<AOVData> const* slots = paddedSlots(data, header.AOVTypes.size(), padded);
-    std::vector<CompactChannel> channels = compactChannels(header.AOVTypes, slots->data(), data.samples.size());
+    std::vector<Phase::AOVType> const& types = header.AOVTypes;
+    std::vector<AOVData> const* slots = paddedSlots(data, types.size(), padded);
     // The file's "fileCode" replaces the caller's in the written header only.
     HLVRender_header written(header);
-    ContainerHeaderAccess::json(written)["fileCode"] = makeFileCode(writtenHashSum(data, channels), engine);
+    int hashSum = writtenHashSum(data, types, *slots);
+    ContainerHeaderAccess::json(written)["fileCode"] = makeFileCode(hashSum, engine);
 
     ContainerHeaderAccess::write(output.file, written);
     writeCountedBlock(output.file, data.coordinates);
     writeCountedBlock(output.file, packPlaques(data.fillHoles));
     writeCountedBlock(output.file, data.samples);
-    for (CompactChannel const& channel : channels)
-        if (channel.hasBlock)
-            writeCountedBlock(output.file, channel.bytes.data(),
-                              static_cast<std::uint32_t>(data.samples.size()), channel.elementSize);
+    for (std::size_t a = 0; a < types.size(); ++a)
+        writeAovChannelBlock(output.file, types[a], channelStart(*slots, a), data.samples.size(), types.size(),
+                             nullptr);
     writeCountedBlock(output.file, data.completion);
     return BinIO::READER_OK;
 }

@@ -2,6 +2,8 @@
 
 #include <holvane/container.h>
 
+#include "files/aov_blocks.h"
+#include "files/container_format.h"
 #include "files/counted_block.h"
 #include "files/fresh_vector.h"
 
@@ -11,11 +13,6 @@ namespace {
 
 using BinIO::AOVData;
 using BinIO::HlvReaderError;
-
-bool channelHasBlock(Phase::AOVType type)
-{
-    return type >= Phase::AOV_BYTE && type <= Phase::AOV_VEC2;
-}
 
 template <typename Data>
 HlvReaderError readSamplesAndAovs(std::FILE* file, BinIO::header_v07 const& header, Data& data, HashSum& hash)
@@ -27,9 +24,8 @@ HlvReaderError readSamplesAndAovs(std::FILE* file, BinIO::header_v07 const& head
     if (!types.empty()) {
         makeFresh(data.aovs, data.samples.size() * types.size());
         for (std::size_t a = 0; a < types.size() && result == BinIO::READER_OK; ++a)
-            if (channelHasBlock(types[a])) {
-                // joins here: result = readAovChannelBlock(file, types[a], data.aovs.data() + a, types.size(), hash);
-            }
+            result = readAovChannelBlock(file, types[a], channelStart(data.aovs, a), data.samples.size(),
+                                         types.size(), hash);
         if (result != BinIO::READER_OK)
             return result;  // the completion block stays unread
     }
