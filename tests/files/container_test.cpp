@@ -190,3 +190,181 @@ TEST(ContainerRoundTrip, DetectFileGivesBackItsPlaquesAndVersion8SamplesReadBack
     EXPECT_EQ(back.samples[1].x, 9);
     EXPECT_EQ(back.completion, data.completion);
 }
+
+namespace {
+
+// A hand-made file: prefix, the given text, then `blocks` empty blocks.
+std::string handMade(std::string const& name, unsigned char version, unsigned char subversion,
+                     std::string const& text, int blocks)
+{
+    std::string path = tempPath(name);
+    writeBytes(path, containerPrefix(version, subversion, text) + emptyBlocks(blocks));
+    return path;
+}
+
+std::string const cameraText =
+    R"({"globalScale":1,"eye":2,"cameras":[{"location":{"x":1.5,"y":-2,"z":3},"priority":7,)"
+    R"("direction":{"minusX":true,"plusY":true,"minusZ":false}}],"AOVNames":["Diffuse","Cd_Right"],)"
+    R"("AOVTypes":[3,4],"aovNums":1,"fillHoleCount":5,"tolerance":0.5,"CamToWorld00":2})"
+    "\n";
+
+}  // namespace
+
+TEST(ContainerHeaderRules, VersionAndSubversionDecideTheCameras)
+{
+    header_v09 read;
+    read.cameras.directions = {0xAB00u};  // bits above the face mask are kept
+    ASSERT_EQ(hlvReader_v9(handMade("v91", 9, 1, cameraText, 0).c_str(), read), READER_OK);
+    ASSERT_EQ(read.cameras.locations.size(), 1u);
+    EXPECT_EQ(read.cameras.locations[0].y, -2.0f);
+    EXPECT_EQ(read.cameras.priorities[0], 7.0f);
+    EXPECT_EQ(read.cameras.directions[0], 0xAB00u | CAMERA_MINUS_X | CAMERA_PLUS_Y);
+    // Only "aovNums" entries are taken from the lists.
+    EXPECT_EQ(read.AOVNames, std::vector<std::string>{"Diffuse"});
+    EXPECT_EQ(read.fillHoleCount, 5u);
+    EXPECT_EQ(read.CamToWorld[0], 2.0f);
+    EXPECT_EQ(read.CamToWorld[5], 0.0f);  // missing keys read as zero
+
+    header_v09 noCameras;
+    ASSERT_EQ(hlvReader_v9(handMade("v91bare", 9, 1, "{\"eye\":2}\n", 0).c_str(), noCameras), READER_OK);
+    EXPECT_TRUE(noCameras.cameras.locations.empty() && noCameras.cameras.directions.empty());
+
+    header_v09 seven;
+    seven.eye = 5;
+    seven.ipd = 60.0f;
+    ASSERT_EQ(HLVRender_header(handMade("v7", 7, 0, cameraText, 0).c_str()).getHeaderData(seven), READER_OK);
+    EXPECT_EQ(seven.fillHoleCount, 0u);
+    EXPECT_EQ(seven.tolerance, 0.0f);
+    EXPECT_EQ(seven.CamToWorld[0], 1.0f);
+    EXPECT_EQ(seven.eye, 5);  // left as it was
+    EXPECT_EQ(seven.ipd, 60.0f);
+
+    header_v09 tooNew;
+    tooNew.frame = 3;
+    hlvRenderSample5Aovs_t data;
+    int hashSum = -9;
+    EXPECT_EQ(hlvReader_v9(handMade("v10", 10, 1, cameraText, 3).c_str(), tooNew, data, hashSum),
+              READER_VERSION_TOO_NEW);
+    EXPECT_EQ(tooNew.frame, 3);
+    EXPECT_EQ(hashSum, -9);
+}
+
+// joins here: the default rig of the box (Internal::buildBoxRig(false)) once the camera subsystem has it
+TEST(ContainerHeaderRules, DISABLED_SubversionZeroGetsTheDefaultRigPlacedInTheBox)
+{
+    header_v09 read;
+    std::string text = "{\"globalScale\":2,\"boxScaleX\":1,\"boxScaleY\":1,\"boxScaleZ\":4,\"camOffsetZ\":1}\n";
+    ASSERT_EQ(hlvReader_v9(handMade("v90", 9, 0, text, 0).c_str(), read), READER_OK);
+    ASSERT_EQ(read.cameras.locations.size(), 256u);
+    EXPECT_EQ(read.cameras.locations[146].x, 0.0f);  // the centre camera
+    EXPECT_EQ(read.cameras.locations[146].z, 200.0f);  // offset one box of 2 / 2 * 100 along z
+    EXPECT_EQ(read.cameras.directions[146], 63u);
+}
+
+TEST(ContainerReaderQuirks, FailedHeaderLoadsAreSwallowed)
+{
+    std::string missing = tempPath("missing");
+    header_v09 header;
+    hlvRenderSample5Aovs_t data;
+    data.completion = {9};
+    int hashSum = -9;
+    EXPECT_EQ(hlvReader_v9(missing.c_str(), header, data, hashSum), READER_OK);
+    EXPECT_EQ(data.completion, std::vector<unsigned char>{9});  // nothing read
+    EXPECT_EQ(hashSum, -9);
+    unsigned char version = 1, subversion = 1;
+    EXPECT_EQ(HLVRender_header(missing.c_str()).getVersion(version, subversion), READER_BAD_MAGIC);
+    EXPECT_EQ(version + subversion, 0);
+    EXPECT_EQ(HLVRender_header().getVersion(version, subversion), READER_BAD_MAGIC);
+
+    // A bad text or a bad magic leaves a zero header, and the blocks are read all the same.
+    std::string badJson = handMade("badjson", 9, 1, "{\"eye\":", 0);
+    std::string completion = std::string("\x01\0\0\0\0\0\0\0\x01", 9);
+    writeBytes(badJson, readBytes(badJson) + emptyBlocks(3) + completion);
+    EXPECT_EQ(HLVRender_header(badJson.c_str()).getVersion(version, subversion), READER_BAD_MAGIC);
+    header_v09 zero;
+    EXPECT_EQ(hlvReader_v9(badJson.c_str(), zero, data, hashSum), READER_OK);
+    EXPECT_EQ(zero.eye, 0);
+    EXPECT_EQ(data.completion, std::vector<unsigned char>{1});
+    EXPECT_NE(hashSum, -9);
+
+    std::string badMagic = tempPath("badmagic");
+    std::string bytes = readBytes(badJson);
+    bytes[1] = 'h';
+    writeBytes(badMagic, bytes);
+    EXPECT_FALSE(isHlvRender(badMagic.c_str()));
+    EXPECT_EQ(hlvReader_v9(badMagic.c_str(), zero, data, hashSum), READER_OK);
+}
+
+TEST(ContainerReaderQuirks, BlockErrorsKeepWhatWasReadAndTheV9SumButNotTheV7One)
+{
+    hlvRenderSample5Aovs_t data = renderData();
+    std::string path = tempPath("cut");
+    hlvWriter_v9(path.c_str(), renderHeader(), data, Holvane::Util::RenderingEngineId(0));
+    std::string bytes = readBytes(path);
+    // The completion block (a chunk of 21 bytes) is cut away, and the last AOV block (36 bytes) with it.
+    writeBytes(path, bytes.substr(0, bytes.size() - 40));
+    header_v09 header;
+    hlvRenderSample5Aovs_t back;
+    back.completion = {7};
+    int hashSum = -9;
+    EXPECT_EQ(hlvReader_v9(path.c_str(), header, back, hashSum), READER_DECOMPRESS_FAILED);
+    EXPECT_EQ(back.samples.size(), 3u);
+    EXPECT_EQ(back.coordinates.size(), 2u);
+    EXPECT_EQ(back.completion, std::vector<unsigned char>{7});  // not reached
+    EXPECT_NE(hashSum, -9);
+
+    // Version 7: coordinates, samples of 24 bytes, AOVs, completion; no fill holes.
+    std::string seven = handMade("v7", 7, 0, "{\"aovNums\":1,\"AOVTypes\":[0]}", 2);
+    std::string blocks = readBytes(seven);
+    writeBytes(seven, blocks + std::string("\x02\0\0\0\0\0\0\0a", 9));  // an AOV block short of a byte
+    hlvRenderSample4Aovs_t old;
+    hashSum = -9;
+    header = header_v09();  // the AOV lists are appended to what a header holds
+    EXPECT_EQ(hlvReader_v7(seven.c_str(), header, old, hashSum), READER_DECOMPRESS_FAILED);
+    EXPECT_EQ(hashSum, -9);
+    writeBytes(seven, blocks + std::string("\x02\0\0\0\0\0\0\0ab\x01\0\0\0\0\0\0\0a", 19));
+    header = header_v09();
+    EXPECT_EQ(hlvReader_v7(seven.c_str(), header, old, hashSum), READER_OK);
+    EXPECT_NE(hashSum, -9);
+    EXPECT_EQ(old.completion, std::vector<unsigned char>{'a'});
+}
+
+TEST(ContainerReaderQuirks, ACountBeyondAnIntThrowsTheJsonError)
+{
+    std::string path = handMade("large", 9, 1, "{\"sampleNums\":3000000000}", 0);
+    header_v09 header;
+    EXPECT_THROW(hlvReader_v9(path.c_str(), header), std::exception);
+}
+
+TEST(ContainerFunctions, NamesVersionsAndEngines)
+{
+    header_v07 header;
+    header.AOVNames = {"Diffuse", "Cd_Right", "cd_right"};
+    EXPECT_EQ(header.getVectorAovIndexByType(Holvane::Phase::AOV_VEC3, "cd_right"), 1);
+    EXPECT_EQ(header.getVectorAovIndexByType(Holvane::Phase::AOV_BYTE, "DIFFUSE"), 0);
+    EXPECT_EQ(header.getVectorAovIndexByType(Holvane::Phase::AOV_VEC3, "Diffuse "), -1);
+
+    EXPECT_EQ(getRenderEngineId(-100, 0), -1);  // the signed remainder
+    EXPECT_EQ(getRenderEngineId(2147483647, 8160), (2147483647LL + 8160) % 99);
+
+    std::string old = tempPath("old");
+    writeBytes(old, "Version\x06rest");
+    EXPECT_FALSE(isHlvRender(old.c_str()));
+    FILE* file = std::fopen(old.c_str(), "rb");
+    EXPECT_EQ(getHlvVersionReader(file), 6);
+    EXPECT_EQ(std::ftell(file), 8);
+    std::fclose(file);
+    std::string container = handMade("new", 9, 1, "{}", 0);
+    EXPECT_TRUE(isHlvRender(container.c_str()));
+    file = std::fopen(container.c_str(), "rb");
+    EXPECT_EQ(getHlvVersionReader(file), 0);
+    EXPECT_EQ(std::ftell(file), 0);
+    std::fclose(file);
+    std::string missing = tempPath("missing");
+    EXPECT_FALSE(isHlvRender(missing.c_str()));
+    std::string printed = captureStdout([&] { EXPECT_EQ(getHlvVersionReader(missing.c_str()), 0); });
+    EXPECT_EQ(printed, "\t[HOLVANE] ERROR: cannot open file: " + missing + "\n");
+    EXPECT_EQ(hlvWriter_v9((missing + "/x").c_str(), header_v09(), hlvRenderSample5Aovs_t(),
+                           Holvane::Util::RenderingEngineId(0)),
+              READER_OPEN_FAILED);
+}
