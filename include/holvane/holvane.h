@@ -7,5 +7,7 @@
 #include <holvane/logger.h>
 #include <holvane/txt.h>
 #include <holvane/records.h>
+#include <holvane/camera.h>
+#include <holvane/plaque.h>
 
 #endif
