@@ -1,4 +1,5 @@
 #include "camera/camera_rig.h"
+#include "camera_session.h"
 
 #include <gtest/gtest.h>
 
@@ -99,4 +100,113 @@ TEST(BoxRig, AllMaskBitsOpensEveryCameraToEveryFace)
     for (std::uint32_t mask : rig.cameraMasks)
         EXPECT_EQ(mask, 63u);
     EXPECT_EQ(rig.cameras[0].x, buildBoxRig(false).cameras[0].x);
+}
+
+namespace {
+
+using HolvaneTest::CameraSession;
+using Holvane::Internal::buildCameraRig;
+using Holvane::Internal::buildCameraTables;
+
+class SessionRig : public CameraSession {};
+
+}  // namespace
+
+TEST_F(SessionRig, ScalesByTheBoxSizeOverTheRenderScaleAndMovesByWholeBoxes)
+{
+    s().zovScaling = {2.0f, 1.0f, 0.5f};
+    s().renderScale = 2.0f;
+    s().zovOffsetRight = 1;
+    s().zovOffsetBack = -1;
+    buildCameraRig();
+    CameraRig const& rig = s().renderingContext.rig;
+    ASSERT_EQ(rig.cameras.size(), 256u);
+    // Camera 0 stands at (-50, 30, -50) on the box; per axis f = (1, 0.5, 0.25).
+    EXPECT_FLOAT_EQ(rig.cameras[0].x, -50.0f + 100.0f);
+    EXPECT_FLOAT_EQ(rig.cameras[0].y, 15.0f);
+    EXPECT_FLOAT_EQ(rig.cameras[0].z, -12.5f - 25.0f);
+    EXPECT_EQ(rig.cameras[146].x, 100.0f);
+    EXPECT_EQ(rig.cameras[146].z, -25.0f);
+    EXPECT_EQ(rig.cameraMasks[0], 9u);
+}
+
+TEST_F(SessionRig, InsideViewOpensAllFacesAndDraftKeepsOneCentreCamera)
+{
+    s().renderInsideBox = true;
+    buildCameraRig();
+    for (std::uint32_t mask : s().renderingContext.rig.cameraMasks)
+        ASSERT_EQ(mask, 63u);
+
+    s().renderInsideBox = false;
+    s().draftMode = true;
+    s().zovOffsetRight = 3;  // a draft box has no size, so the offset moves nothing
+    buildCameraRig();
+    CameraRig const& rig = s().renderingContext.rig;
+    ASSERT_EQ(rig.cameras.size(), 1u);
+    ASSERT_EQ(rig.cameraWeights.size(), 1u);
+    ASSERT_EQ(rig.cameraMasks.size(), 1u);
+    EXPECT_EQ(rig.cameras[0].x, 0.0f);
+    EXPECT_EQ(rig.cameraWeights[0], 10.0f);
+    EXPECT_EQ(rig.cameraMasks[0], 63u);
+}
+
+TEST_F(SessionRig, AnUnsetOffsetOrDraftFlagThrowsAndLeavesTheRigAlone)
+{
+    s().zovOffsetTop = Holvane::Internal::Optional<std::int32_t>();
+    EXPECT_THROW(buildCameraRig(), std::exception);
+    ASSERT_FALSE(logged.empty());
+    EXPECT_EQ(logged.back(), "[Holvane] Accessing value that has not been set");
+    EXPECT_TRUE(s().renderingContext.rig.cameras.empty());
+
+    s().zovOffsetTop = 0;
+    s().draftMode = Holvane::Internal::Optional<bool>();
+    EXPECT_THROW(buildCameraRig(), std::exception);
+}
+
+TEST_F(SessionRig, TablesBuildAMissingRigAndFillTheContext)
+{
+    s().camToWorld.m[3][0] = 10.0f;
+    s().camToWorld.m[3][1] = 20.0f;
+    s().camToWorld.m[3][2] = 30.0f;
+    s().renderScale = 0.5f;
+    s().renderingContext.tolerance = 0.125;
+    s().outputWidth = 312.0;
+    s().outputHeight = 208.0;
+    buildCameraTables();
+    ASSERT_EQ(logged.size(), 1u);
+    EXPECT_EQ(logged[0], "Cameras were unitialized at this stage.");
+
+    auto const& rc = s().renderingContext;
+    ASSERT_EQ(rc.rig.camerasWorld.size(), 256u);
+    EXPECT_EQ(rc.rig.camerasWorld[146].x, rc.rig.cameras[146].x + 10.0f);
+    EXPECT_EQ(rc.rig.camerasWorld[0].y, rc.rig.cameras[0].y + 20.0f);
+    EXPECT_EQ(rc.rig.camerasWorld[0].z, rc.rig.cameras[0].z + 30.0f);
+    EXPECT_EQ(rc.context.rig, &rc.rig);
+    EXPECT_EQ(rc.context.width, 312u);
+    EXPECT_EQ(rc.context.height, 208u);
+    EXPECT_EQ(rc.context.renderScale, 0.5f);
+    EXPECT_EQ(rc.context.tolerance, 0.125f);
+    EXPECT_EQ(rc.context.fetchMap.size(), 312u * 208u);
+
+    logged.clear();
+    buildCameraTables();  // a rig is there now: no warning
+    EXPECT_TRUE(logged.empty());
+}
+
+TEST_F(SessionRig, TheContextPointsAtItsOwnRigThroughCopiesMovesAndResets)
+{
+    buildRig();
+    Holvane::Internal::SessionRenderingContext copy = s().renderingContext;
+    EXPECT_EQ(copy.context.rig, &copy.rig);
+    EXPECT_EQ(copy.rig.cameras.size(), 256u);
+    Holvane::Internal::SessionRenderingContext moved = std::move(copy);
+    EXPECT_EQ(moved.context.rig, &moved.rig);
+    copy = moved;
+    EXPECT_EQ(copy.context.rig, &copy.rig);
+
+    s().renderingContext.maxDistance = 5.0;
+    Holvane::Internal::resetSession();
+    EXPECT_EQ(s().renderingContext.context.rig, &s().renderingContext.rig);
+    EXPECT_TRUE(s().renderingContext.rig.cameras.empty());
+    EXPECT_EQ(s().renderingContext.maxDistance, 3.4028234663852886e+38);
 }
