@@ -21,7 +21,8 @@ public:
     std::uint32_t next()
     {
         if (index_ >= kSize)
-            twist();
+            index_ = 0;
+        twistOne(index_);
         std::uint32_t y = state_[index_++];
         y ^= y >> 11;
         y ^= (y << 7) & 0x9d2c5680u;
@@ -40,14 +41,14 @@ private:
     static constexpr std::uint32_t kSize = 624;
     static constexpr std::uint32_t kShift = 397;
 
-    void twist()
+    // Regenerates one word just before it is drawn. Going through the words in order in place gives the
+    // same words as regenerating the whole block at once, and a seed that draws a few dozen words pays for
+    // those only.
+    void twistOne(std::uint32_t i)
     {
-        for (std::uint32_t i = 0; i < kSize; ++i) {
-            std::uint32_t const y = (state_[i] & 0x80000000u) | (state_[(i + 1) % kSize] & 0x7fffffffu);
-            std::uint32_t const mixed = (y >> 1) ^ ((y & 1u) ? 0x9908b0dfu : 0u);
-            state_[i] = state_[(i + kShift) % kSize] ^ mixed;
-        }
-        index_ = 0;
+        std::uint32_t const y = (state_[i] & 0x80000000u) | (state_[(i + 1) % kSize] & 0x7fffffffu);
+        std::uint32_t const mixed = (y >> 1) ^ ((y & 1u) ? 0x9908b0dfu : 0u);
+        state_[i] = state_[(i + kShift) % kSize] ^ mixed;
     }
 
     std::uint32_t state_[kSize];

@@ -1,5 +1,6 @@
 #include <holvane/camera.h>
 
+#include "camera/mersenne_twister.h"
 #include "camera/sampling.h"
 #include "camera_session.h"
 
@@ -125,4 +126,12 @@ TEST(IndexedSpheres, HoldTheirPointCountsOfUnitVectors)
     int const equatorStart = 1 + 6 + 12 + 18 + 22 + 26 + 28;
     EXPECT_NEAR(first.points[equatorStart].z, 1.0f, 1e-6f);
     EXPECT_NEAR(first.points[equatorStart].y, 0.0f, 1e-6f);
+}
+
+TEST(Seed, TheTwisterFollowsTheStandardPastItsFirstBlock)
+{
+    Holvane::Internal::MersenneTwister32 own(5489u);
+    std::mt19937 reference(5489u);
+    for (int i = 0; i < 2000; ++i)
+        ASSERT_EQ(own.next(), reference()) << i;
 }
