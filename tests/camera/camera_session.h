@@ -13,8 +13,8 @@
 
 namespace HolvaneTest {
 
-// A detection session of a 600 x 400 image with the standard rig, filled field by field as HvPhaseBegin
-// would; the log goes to `logged` only.
+// A detection session of a 600 x 400 image, filled field by field as HvPhaseBegin would; the log goes to
+// `logged` only. buildRig() adds the standard rig of a 1-metre box (cameras on -50..+50) and its tables.
 class CameraSession : public ::testing::Test {
 protected:
     std::vector<std::string> logged;
@@ -35,15 +35,11 @@ protected:
         Internal::resetSession();
         auto& session = s();
         session.phase = Phase::PHASE_DETECT;
-        session.renderingWidth = 600.0;
-        session.renderingHeight = 400.0;
-        session.outputWidth = 600.0;
-        session.outputHeight = 400.0;
+        session.renderingWidth = session.outputWidth = 600.0;
+        session.renderingHeight = session.outputHeight = 400.0;
         session.renderScale = 1.0f;
         session.draftMode = false;
-        session.zovOffsetRight = 0;
-        session.zovOffsetTop = 0;
-        session.zovOffsetBack = 0;
+        session.zovOffsetRight = session.zovOffsetTop = session.zovOffsetBack = 0;
         session.transparencyMode = Phase::ALL;
         session.currentBlock = 0ULL;
         session.sampleIndexCounters.assign(600 * 400, 0);
@@ -51,7 +47,6 @@ protected:
         session.cameraPixelCoverage.assign(600, std::vector<std::bitset<256>>(400));
     }
 
-    // The rig and its tables, at a box of 1 x 1 x 1 metre so that the rig stays on -50..+50.
     void buildRig()
     {
         s().zovScaling = {1.0f, 1.0f, 1.0f};
