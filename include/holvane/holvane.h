@@ -10,5 +10,7 @@
 #include <holvane/binio.h>
 #include <holvane/fileheader.h>
 #include <holvane/container.h>
+#include <holvane/camera.h>
+#include <holvane/plaque.h>
 
 #endif
