@@ -1,5 +1,7 @@
 #include "files/header_json.h"
 
+#include "camera/camera_rig.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <string>
@@ -197,8 +199,11 @@ void readCameras(Json::Value const& json, HeaderCameras& cameras)
 
 HeaderCameras defaultRigInBox(header_v07 const& header)
 {
+    CameraRig rig = buildBoxRig(false);
     HeaderCameras cameras;
-    // joins here: Internal::buildBoxRig(false), its cameras, cameraWeights and cameraMasks moved into cameras
+    cameras.locations = std::move(rig.cameras);
+    cameras.priorities = std::move(rig.cameraWeights);
+    cameras.directions = std::move(rig.cameraMasks);
     float a = 1.0f / header.globalScale;
     float sx = a * header.boxScaleX;
     float sy = a * header.boxScaleY;

@@ -249,8 +249,7 @@ TEST(ContainerHeaderRules, VersionAndSubversionDecideTheCameras)
     EXPECT_EQ(hashSum, -9);
 }
 
-// joins here: the default rig of the box (Internal::buildBoxRig(false)) once the camera subsystem has it
-TEST(ContainerHeaderRules, DISABLED_SubversionZeroGetsTheDefaultRigPlacedInTheBox)
+TEST(ContainerHeaderRules, SubversionZeroGetsTheDefaultRigPlacedInTheBox)
 {
     header_v09 read;
     std::string text = "{\"globalScale\":2,\"boxScaleX\":1,\"boxScaleY\":1,\"boxScaleZ\":4,\"camOffsetZ\":1}\n";
@@ -259,6 +258,12 @@ TEST(ContainerHeaderRules, DISABLED_SubversionZeroGetsTheDefaultRigPlacedInTheBo
     EXPECT_EQ(read.cameras.locations[146].x, 0.0f);  // the centre camera
     EXPECT_EQ(read.cameras.locations[146].z, 200.0f);  // offset one box of 2 / 2 * 100 along z
     EXPECT_EQ(read.cameras.directions[146], 63u);
+    // The first camera stands at (-50, 30, -50) on the box's edge, looking out of its -X and -Z faces.
+    EXPECT_EQ(read.cameras.locations[0].x, -25.0f);
+    EXPECT_EQ(read.cameras.locations[0].y, 15.0f);
+    EXPECT_EQ(read.cameras.locations[0].z, 100.0f);
+    EXPECT_EQ(read.cameras.priorities[0], 10.0f);
+    EXPECT_EQ(read.cameras.directions[0], CAMERA_MINUS_X | CAMERA_MINUS_Z);
 }
 
 TEST(ContainerReaderQuirks, FailedHeaderLoadsAreSwallowed)
