@@ -64,8 +64,6 @@ TEST(Hlvinfo, DescribesEveryBlockTheDigestAndTheEngine)
     EXPECT_EQ(blocks[2]["name"].asString(), "samples");
     EXPECT_EQ(blocks[2]["count"].asInt(), 3);
     EXPECT_EQ(blocks[2]["stored"].asInt(), 3 * 28);
-    EXPECT_EQ(blocks[3]["name"].asString(), "aov:aov0");
-    EXPECT_EQ(blocks[3]["stored"].asInt(), 3 * 6);
     EXPECT_EQ(blocks[5]["name"].asString(), "aov:aov3");  // aov2 is of a type without a block
     EXPECT_EQ(blocks[10]["name"].asString(), "completion");
     EXPECT_EQ(blocks[10]["count"].asInt(), 5);
