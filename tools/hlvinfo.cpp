@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <exception>
 #include <string>
 #include <vector>
 
@@ -225,7 +226,13 @@ int main(int argc, char** argv)
     for (char const* path : paths) {
         FileInfo info;
         std::string reason;
-        if (!inspect(path, info, reason)) {
+        bool readable = false;
+        try {
+            readable = inspect(path, info, reason);
+        } catch (std::exception const& error) {  // the JSON library's error for a value of the wrong type
+            reason = std::string("has a header value of the wrong type: ") + error.what();
+        }
+        if (!readable) {
             std::fprintf(stderr, "hlvinfo: %s %s\n", path, reason.c_str());
             status = 1;
             continue;

@@ -331,6 +331,8 @@ TEST(ContainerReaderQuirks, ACountBeyondAnIntThrowsTheJsonError)
     std::string path = handMade("large", 9, 1, "{\"sampleNums\":3000000000}", 0);
     header_v09 header;
     EXPECT_THROW(hlvReader_v9(path.c_str(), header), std::exception);
+    // So does a text that parses but is no object.
+    EXPECT_THROW(hlvReader_v9(handMade("array", 9, 1, "[1]", 0).c_str(), header), std::exception);
 }
 
 TEST(ContainerFunctions, NamesVersionsAndEngines)

@@ -87,6 +87,12 @@ TEST(Hlvinfo, RefusesWhatIsNotAContainerInOneLine)
     EXPECT_TRUE(run.out.empty());
     EXPECT_EQ(run.err, "hlvinfo: " + other + " is not a render container (no HLVRender magic)\n");
 
+    std::string array = tempPath("array");
+    writeBytes(array, containerPrefix(9, 1, "[1]"));
+    run = runHlvinfo(array);
+    EXPECT_NE(run.status, 0);
+    EXPECT_EQ(run.err.find("hlvinfo: " + array + " has a header value of the wrong type"), 0u) << run.err;
+
     std::string cut = tempPath("cut");
     hlvWriter_v9(cut.c_str(), renderHeader(), renderData(), Holvane::Util::RenderingEngineId(1));
     std::string bytes = readBytes(cut);
