@@ -9,5 +9,9 @@
 #include <holvane/records.h>
 #include <holvane/phase.h>
 #include <holvane/binio.h>
+#include <holvane/fileheader.h>
+#include <holvane/container.h>
+#include <holvane/camera.h>
+#include <holvane/plaque.h>
 
 #endif
