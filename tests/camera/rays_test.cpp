@@ -85,7 +85,8 @@ TEST_F(Rays, DetectionGoesThroughThePixelCentreOnEveryFace)
 
 TEST_F(Rays, DetectionRefusesOutsideTheImageTheRigDraftAndFinishedCameras)
 {
-    double const outside[][3] = {{kCentre, 600, 10}, {kCentre, 10, 400}, {kCentre, -0.25, 10}, {kCentre, NAN, 1}, {256, 1, 1}};
+    double const outside[][3] = {
+        {kCentre, 600, 10}, {kCentre, 10, 400}, {kCentre, -0.25, 10}, {kCentre, NAN, 1}, {256, 1, 1}};
     for (auto const& o : outside)
         EXPECT_TRUE(isZeroRay(HvGetRayDetectPhase((unsigned long long)o[0], o[1], o[2]))) << o[0] << " " << o[1];
     s().renderingContext.rig.cameraWeights[5] = -1.0f;
