@@ -60,15 +60,20 @@ TavPoint RenderingContext::GetCenterDirection(unsigned long long x, unsigned lon
     return tableOrComputed(*this, centerDirections, TavPoint2{0.5f, 0.5f}, x, y);
 }
 
+// A point outside the enumeration, which only a careless caller can pass, reads as the pixel's centre.
 TavPoint RenderingContext::GetDirection(PLAQUE_MAIN_POINTS const& point, unsigned long long x,
                                         unsigned long long y) const
 {
+    if (static_cast<unsigned>(point) >= 4)
+        return GetCenterDirection(x, y);
     return tableOrComputed(*this, cornerDirections[point], kMainPoints[point], x, y);
 }
 
 TavPoint RenderingContext::GetExtendedDirection(PLAQUE_EXTENDED_POINTS const& point, unsigned long long x,
                                                 unsigned long long y) const
 {
+    if (static_cast<unsigned>(point) >= 8)
+        return GetCenterDirection(x, y);
     return computedDirection(*this, kExtendedPoints[point], x, y);
 }
 

@@ -23,7 +23,6 @@ protected:
     {
         static_cast<std::vector<std::string>*>(user)->push_back(text);
     }
-
     Holvane::Internal::HolvaneContext& s() { return Holvane::Internal::session(); }
 
     void SetUp() override
@@ -46,14 +45,12 @@ protected:
         session.rayCounters.assign(600 * 400, 0);
         session.cameraPixelCoverage.assign(600, std::vector<std::bitset<256>>(400));
     }
-
     void buildRig()
     {
         s().zovScaling = {1.0f, 1.0f, 1.0f};
         Holvane::Internal::buildCameraRig();
         Holvane::Internal::buildCameraTables();
     }
-
     void TearDown() override
     {
         using namespace Holvane;

@@ -1,7 +1,6 @@
 #include <holvane/camera.h>
 
 #include "camera/cube_image.h"
-#include "camera_session.h"
 
 #include <gtest/gtest.h>
 
@@ -62,33 +61,11 @@ TEST(ClosestPixel, SkipsRowsClampsColumnsAndKeepsTheFirstOfEqualCandidates)
     map[3 + 18] = {0.0f, 0.0f, -2.0f};
     ASSERT_TRUE(getClosestCamDirXYWithFetchMap(back, 6, 4, map, out, x, y, 2));
     EXPECT_TRUE(x == 3 && y == 3 && out.z == -2.0f);
-}
 
-TEST(ClosestPixel, WithoutAUsableCandidateAnswersFalseWithTheEstimate)
-{
-    TavPoint out = {9, 9, 9};
-    int x = -1, y = -1;
+    // Without a usable candidate: false, with the estimate.
     std::vector<TavPoint> const opposite(24, TavPoint{0.0f, 0.0f, 1.0f});  // -1 does not beat the start
     EXPECT_FALSE(getClosestCamDirXYWithFetchMap({0, 0, -1}, 6, 4, opposite, out, x, y, 2));
     EXPECT_TRUE(x == 1 && y == 3 && out.z == 1.0f);
     std::vector<TavPoint> const shortMap(3, TavPoint{0.0f, 0.0f, 1.0f});  // never read past its end
     EXPECT_FALSE(getClosestCamDirXYWithFetchMap({0, 0, 0}, 6, 4, shortMap, out, x, y, 2));
-}
-
-namespace {
-
-class SessionLookup : public HolvaneTest::CameraSession {};
-
-}  // namespace
-
-TEST_F(SessionLookup, UsesTheSessionFetchMapAtTheOutputResolution)
-{
-    buildRig();
-    TavPoint const d = pixelDirection(600, 400, 77, 301).direction;
-    TavPoint out = {};
-    int x = 0, y = 0;
-    ASSERT_TRUE(getClosestCamDirXY(d, out, x, y));
-    EXPECT_TRUE(x == 77 && y == 301);
-    s().outputHeight = Holvane::Internal::Optional<double>();
-    EXPECT_THROW(getClosestCamDirXY(d, out, x, y), std::exception);
 }

@@ -5,21 +5,16 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstring>
 #include <limits>
 
 namespace {
 
 constexpr unsigned kCentre = 146;
 
-TavPoint minus(TavPoint const& a, TavPoint const& b)
+// How far `a` lies from the plane through `b` with normal n.
+float offPlane(TavPoint const& a, TavPoint const& b, TavPoint const& n)
 {
-    return {a.x - b.x, a.y - b.y, a.z - b.z};
-}
-
-float dotOf(TavPoint const& a, TavPoint const& b)
-{
-    return a.x * b.x + a.y * b.y + a.z * b.z;
+    return (a.x - b.x) * n.x + (a.y - b.y) * n.y + (a.z - b.z) * n.z;
 }
 
 bool same(TavPoint const& a, TavPoint const& b)
@@ -41,12 +36,7 @@ protected:
     Holvane::Camera::CameraRig rig = Holvane::Internal::buildBoxRig(false);
     RenderingContext context;
 
-    void SetUp() override
-    {
-        context.rig = &rig;
-        context.width = 600;
-        context.height = 400;
-    }
+    void SetUp() override { context.rig = &rig, context.width = 600, context.height = 400; }
 };
 
 }  // namespace
@@ -61,15 +51,14 @@ TEST_F(PlaqueGeometry, AFaceOnPlaqueSpansItsPixelOnItsPlane)
     EXPECT_NEAR(p.size, 1.0 / 200.0, 1e-8);
     EXPECT_FLOAT_EQ(p.center.x, d.x * 200.0f);
     for (TavPoint const& c : p.corners)
-        EXPECT_NEAR(dotOf(minus(c, p.center), normal), 0.0f, 1e-4f);
+        EXPECT_NEAR(offPlane(c, p.center, normal), 0.0f, 1e-4f);
     // A pixel of a 200-pixel face seen from 200 units is about 2 units wide; y grows upwards, z along U.
     EXPECT_NEAR(p.corners[upRightPos].z - p.corners[upLeftPos].z, 2.0f * 0.9998f, 2e-3f);
     EXPECT_NEAR(p.corners[upLeftPos].y - p.corners[downLeftPos].y, 2.0f * 0.9998f, 2e-3f);
 
     Plaque const doubled = GetPlaqueInfo(context, kCentre, 100, 100, normal, 200.0f, 0, 2.0f);
     EXPECT_NEAR(doubled.corners[downRightPos].z - p.center.z, 2.0f * (p.corners[downRightPos].z - p.center.z), 1e-4f);
-    Plaque const back = GetPlaqueInfo(context, kCentre, 100, 100, d, 200.0f, 0, 1.0f);
-    EXPECT_TRUE(!back.isFrontFacing && back.incidence == p.incidence);
+    EXPECT_FALSE(GetPlaqueInfo(context, kCentre, 100, 100, d, 200.0f, 0, 1.0f).isFrontFacing);
 }
 
 TEST_F(PlaqueGeometry, InvalidAndGrazingNormalsKeepCornersOnTheCentre)
@@ -122,24 +111,20 @@ TEST_F(PlaqueGeometry, RecordFormsAndPointFunctionsAgreeWithTheExplicitForm)
 {
     TavPoint const normal = {0.5f, -0.25f, -1.0f};  // exact in half precision
     Plaque const p = GetPlaqueInfo(context, 12, 321, 250, normal, 64.5f, 0, 1.25f);
+    auto identify = [](auto& record) -> auto& {
+        record.cameraIndex = 12;
+        record.x = 321;
+        record.y = 250;
+        return record;
+    };
     Holvane::BinIO::DetectPlaqueInfo detect;
-    detect.cameraIndex = 12;
-    detect.x = 321;
-    detect.y = 250;
-    detect.distance = 64.5f;
-    detect.normal = normal;
     Holvane::BinIO::hlvRenderSample5_t sample;
-    sample.cameraIndex = 12;
-    sample.x = 321;
-    sample.y = 250;
-    sample.depth = 64.5f;
-    sample.normal = {half_float::half(0.5f), half_float::half(-0.25f), half_float::half(-1.0f)};
     Holvane::Binary::tavbin merged;
-    merged.cameraIndex = 12;
-    merged.x = 321;
-    merged.y = 250;
-    merged.distance = 64.5;
-    merged.normal = normal;
+    identify(detect).distance = 64.5f;
+    identify(sample).depth = 64.5f;
+    identify(merged).distance = 64.5;
+    detect.normal = merged.normal = normal;
+    sample.normal = {half_float::half(0.5f), half_float::half(-0.25f), half_float::half(-1.0f)};
     expectSamePlaque(GetPlaqueInfo(context, detect, 1.25f), p);
     expectSamePlaque(GetPlaqueInfo(context, sample, 1.25f), p);
     expectSamePlaque(GetPlaqueInfo(context, merged, 1.25f), p);
@@ -154,11 +139,8 @@ TEST_F(PlaqueGeometry, RecordFormsAndPointFunctionsAgreeWithTheExplicitForm)
     for (int i = 0; i < 4; ++i)
         EXPECT_TRUE(same(points[i], p.corners[i]) && same(main[i], p.corners[i]) && same(corners[i], p.corners[i]));
     std::array<TavPoint, 8> const again = GetExtendedPoints(context, p, 1.25f);
-    for (int i = 0; i < 8; ++i) {
+    for (int i = 0; i < 8; ++i)
         EXPECT_TRUE(same(again[i], extended[i]));
-        EXPECT_NEAR(dotOf(minus(extended[i], p.center), normal), 0.0f, 1e-3f);
-    }
-    EXPECT_NEAR(extended[leftPos].x, (p.corners[upLeftPos].x + p.corners[downLeftPos].x) / 2, 1e-3f);
 }
 
 TEST(PlaqueShape, DegenerationAndPointTables)
@@ -172,9 +154,6 @@ TEST(PlaqueShape, DegenerationAndPointTables)
     EXPECT_FALSE(IsDegenerated(line, 1.0f));                     // strict: unit edges never exceed 1
     EXPECT_FALSE(IsDegenerated(std::array<TavPoint, 4>{}, 0.0f));  // zero edges stay zero
 
-    std::array<TavPoint2, 4> const mainPoints = GetMainPointsPos2D();
-    EXPECT_TRUE(mainPoints[upLeftPos].x == 9.998679161071777e-05f && mainPoints[upLeftPos].y == 0.9998999834060669f);
-    std::array<TavPoint2, 8> const extended = GetExtendedPointsPos2D();
-    EXPECT_EQ(extended[upPos].y, 9.998679161071777e-05f);  // up is low y here, unlike the main points
-    EXPECT_EQ(extended[quarterDownRightPos].x, 0.7499499917030334f);
+    EXPECT_EQ(GetMainPointsPos2D()[upLeftPos].y, 0.9998999834060669f);
+    EXPECT_EQ(GetExtendedPointsPos2D()[upPos].y, 9.998679161071777e-05f);  // low y here, unlike the main points
 }
