@@ -8,6 +8,7 @@
 #include <holvane/txt.h>
 #include <holvane/records.h>
 #include <holvane/phase.h>
+#include <holvane/block.h>
 #include <holvane/binio.h>
 #include <holvane/fileheader.h>
 #include <holvane/container.h>

@@ -69,6 +69,19 @@ HV_API void HvSetZovScaling(float const& x, float const& y, float const& z);
 
 // ---- Rendering resolution and blocks ---------------------------------------------------------------------
 
+// The rendering image for a width x height image of plaques: the detection phase always answers the output
+// resolution; the render phase adds the blocks the detect file's plaques need.
+HV_API HvResolutionParam HvComputeRenderingResolutionParameters(unsigned long long const& width,
+                                                                unsigned long long const& height);
+// A square image for `blockCount` blocks. In the render phase it also sets the session's rendering size and
+// block count.
+HV_API HvResolutionParam HvComputeRenderingResolutionParameters(unsigned long long const& blockCount);
+// A square image holding every plaque in one block (the output resolution in the detection phase).
+HV_API HvResolutionParam HvGetRenderingResolutionParameters();
+HV_API bool HvSetRenderingResolutionParameters(HvResolutionParam const& param);
+// Chooses the block to render; allowed at any time, also between two blocks of a running phase.
+HV_API bool HvSetCurrentBlockIndex(unsigned long long const& index);
+
 }  // namespace v2_0
 }  // namespace Phase
 }  // namespace Holvane

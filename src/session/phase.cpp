@@ -1,7 +1,9 @@
 #include <holvane/logger.h>
 #include <holvane/phase.h>
 
+#include "camera/camera_rig.h"
 #include "session/context.h"
+#include "session/detect_file_read.h"
 #include "session/matrix.h"
 #include "session/misuse.h"
 #include "session/phase_internal.h"
@@ -113,14 +115,13 @@ void prepareDetectTables()
     HolvaneContext& s = session();
     s.cameraPixelCoverage.assign(static_cast<std::size_t>(s.renderingWidth.get()),
                                  std::vector<std::bitset<256>>(static_cast<std::size_t>(s.renderingHeight.get())));
-    // joins here: Internal::buildCameraRig();
+    Internal::buildCameraRig();
     Internal::allocatePixelCounters();
 }
 
 void prepareRenderTables()
 {
-    // joins here: the detect file read (items 1-7)
-    // (its path, plaques and cameras, the plaque lookup, the clipping filter, the output size, two log lines)
+    Internal::readDetectFileForRender();
     Internal::allocatePixelCounters();
 }
 
@@ -229,7 +230,7 @@ bool HvPhaseBegin()
     else
         prepareRenderTables();
     openSpoolFile();
-    // joins here: Internal::buildCameraTables();
+    Internal::buildCameraTables();
     prepareAovsAndBuckets();
     s.initialized = true;
     Internal::printPhaseSettings();

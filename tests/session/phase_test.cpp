@@ -1,6 +1,7 @@
 // HvPhaseBegin and HvPhaseTerminate from inside: the rendering resolution and the blocks are put into the
 // session directly, as the resolution functions would.
 
+#include <holvane/container.h>
 #include <holvane/phase.h>
 
 #include "common/log_capture.h"
@@ -57,6 +58,22 @@ void expectEveryGuardedSetterRefused(LogCapture& log, std::string const& message
     EXPECT_EQ(Lines(log.lines.begin() + earlier, log.lines.end()), Lines(20, "0|" + message));
     log.lines.resize(earlier);
     EXPECT_EQ(stored(), before);
+}
+
+// A detect file of three plaques detected at 624 x 416, at a fixed path that the print shows.
+char const* const overridePath = "/tmp/hv-phase-test-override.hlvDetect";
+
+void writeOverrideDetectFile()
+{
+    Holvane::BinIO::header_v09 header;
+    header.rtype = 1;
+    header.widthDisplay = 624;
+    header.heightDisplay = 416;
+    header.fillHoleCount = 3;
+    Holvane::BinIO::hlvRenderSample5Aovs_t data;
+    data.fillHoles.resize(3);
+    ASSERT_EQ(Holvane::BinIO::hlvWriter_v9(overridePath, header, data, Holvane::Util::RenderingEngineId(3)),
+              Holvane::BinIO::READER_OK);
 }
 
 class PhaseTest : public ::testing::Test {
@@ -161,18 +178,20 @@ TEST_F(PhaseTest, RenderPrintsItsPathsEyesModesAndChannels)
 {
     configure(PHASE_RENDER);
     HvSetDetectFilePath("/tmp"), HvSetOutFilePath("/tmp/out.hlvRender"), HvSetMotionVector(false);
-    session().detectPhaseOverride = "/tmp/override.hlvDetect";
+    writeOverrideDetectFile();
+    session().detectPhaseOverride = overridePath;
     HvSetDeepReflection(RC_LeftAndRight, 64.0), HvSetRenderTransparencyMode(TRANSP);
     HvSetSpecularPointOffset(TavPoint{0.5f, 1.0f, -0.25f}), HvRenderPhaseRegisterAov(5, "albedo", AOV_VEC4);
     LogCapture log;
     ASSERT_TRUE(HvPhaseBegin());
     EXPECT_TRUE(appearInOrder(log.lines, {
         "2|[Holvane] Render Phase.\n",
-        "2|[Holvane] Input detection file path /tmp/override.hlvDetect.\n",
+        "2|[Holvane] Input detection file path /tmp/hv-phase-test-override.hlvDetect.\n",
         "2|[Holvane] Rendering block 1/2.\n",
-        "2|[Holvane] Input rendering resolution 312x208.\n",
+        // the output resolution is the one the plaques were detected at
+        "2|[Holvane] Input rendering resolution 624x416.\n",
         "2|[Holvane] output render image path /tmp/out.hlvRender.\n",
-        "2|[Holvane] output resolution 312x208.\n",
+        "2|[Holvane] output resolution 624x416.\n",
         "2|[Holvane] draft_mode : Off.",
         "2|[Holvane] rendering inside zone of view disabled\n",
         "2|[Holvane] Rendering Left and Right eyes. IPD 64.000000.\n",
@@ -188,6 +207,7 @@ TEST_F(PhaseTest, RenderPrintsItsPathsEyesModesAndChannels)
         "3|[Holvane] \tAOVAlias(5)  name(albedo) index(0) type(4) \n",
     }));
     HvPhaseTerminate(TERMINATE_ABORT);
+    std::remove(overridePath);
 
     configure(PHASE_RENDER);
     HvSetRenderTransparencyMode(TransparencyRenderingType(9));
@@ -222,7 +242,7 @@ TEST_F(PhaseTest, RunningRefusesReorderingAndSettersAndTerminateEndsIt)
     EXPECT_TRUE(s.clipEnabled && s.clipInverted && s.clipCenterWorld.z == 33.0f && s.clipRadius == 5.0f);
     EXPECT_TRUE(HvPhaseTerminate(TERMINATE_ABORT));
     EXPECT_EQ(session().spoolFile, spool);  // aborting leaves the spool alone
-    EXPECT_EQ(session().outputWidth.get(), 312.0);  // and the phase's data stays until the next init
+    EXPECT_EQ(session().bucketWidth.get(), 32u);  // and the phase's data stays until the next init
     EXPECT_FALSE(HvPhaseTerminate(TERMINATE_FINALIZE));
     expectEveryGuardedSetterRefused(log, "[Holvane] Begin a Phase before setting it.\n");
     EXPECT_EQ(log.lines, (Lines{
