@@ -96,13 +96,19 @@ bool isRender()
     return session().phase == Phase::PHASE_RENDER;
 }
 
+// The plaques of the render phase's detect file; false in any other phase or when the file can't be read.
+bool readRenderPlaqueCount(unsigned long long& count)
+{
+    return isRender() && readPlaqueCount(detectPathInUse(), count);
+}
+
 // The render phase may be given no block at all only when its detect file holds no plaque.
 bool renderFileHasNoPlaque()
 {
     if (!isRender() || !contextComplete())
         return false;
     unsigned long long count = 0;
-    return readPlaqueCount(detectPathInUse(), count) && count == 0;
+    return readRenderPlaqueCount(count) && count == 0;
 }
 
 }  // namespace
@@ -153,10 +159,8 @@ HvResolutionParam HvComputeRenderingResolutionParameters(unsigned long long cons
         HvOutputLogString(Logger::WARNING, "[Holvane] multiple blocks for the detection phase is not supported.\n");
         return Internal::outputResolution();
     }
-    if (!Internal::isRender())
-        return Internal::invalidResolution;
     unsigned long long count = 0;
-    if (!Internal::readPlaqueCount(Internal::detectPathInUse(), count))
+    if (!Internal::readRenderPlaqueCount(count))
         return Internal::invalidResolution;
     if (blockCount == 0) {
         HvOutputLogString(Logger::ERROR, "[Holvane] You must have at least one block to render\n");
@@ -178,10 +182,8 @@ HvResolutionParam HvGetRenderingResolutionParameters()
         return Internal::invalidResolution;
     if (Internal::isDetection())
         return Internal::outputResolution();
-    if (!Internal::isRender())
-        return Internal::invalidResolution;
     unsigned long long count = 0;
-    if (!Internal::readPlaqueCount(Internal::detectPathInUse(), count))
+    if (!Internal::readRenderPlaqueCount(count))
         return Internal::invalidResolution;
     double const side = std::ceil(std::sqrt(double(count)));
     return Internal::resolution(side, side, 1.0);
