@@ -179,7 +179,9 @@ HlvReaderError HLVRender_header::getHeaderData(header_v09& header) const
 {
     if (version > 9)
         return READER_VERSION_TOO_NEW;
-    Internal::readVersion7Keys(*json, header);
+    HlvReaderError const keys = Internal::readVersion7Keys(*json, header);
+    if (keys != READER_OK)
+        return keys;
     if (version == 7) {
         // Version 7 has none of these keys; eye and ipd keep what the caller's header had.
         header.fillHoleCount = 0;

@@ -85,7 +85,10 @@ HlvReaderError hlvReader_v7(char const* path, header_v09& header, hlvRenderSampl
     Internal::NumericLocaleGuard locale;
     HashSum hash;
     Internal::digestStart(hash);
-    Internal::readVersion7Keys(Internal::ContainerHeaderAccess::json(Internal::loadedOrBlank(path)), header);
+    HlvReaderError const keys =
+        Internal::readVersion7Keys(Internal::ContainerHeaderAccess::json(Internal::loadedOrBlank(path)), header);
+    if (keys != READER_OK)
+        return keys;
     ClosingFile input(path ? Internal::openAtFirstBlock(path) : nullptr);
     if (!input.file)
         return READER_OK;

@@ -100,12 +100,19 @@ void addVersion8Keys(header_v09 const& header, Json::Value& json)
     json["ipd"] = real(header.ipd);
 }
 
+// Entries that a count may add beyond the lists it names. A larger count (a damaged or negative "aovNums")
+// would only size an allocation from a number the file can't back.
+std::uint64_t const mostUnlistedAovs = 65536;
+
 // Takes `count` entries of "AOVNames" and "AOVTypes" after what the header holds; entries missing from the
-// arrays read as "" and type 0.
-void appendAovList(Json::Value const& json, std::uint64_t count, header_v07& header)
+// arrays read as "" and type 0. A count far beyond both lists is refused as a header that doesn't read.
+bool appendAovList(Json::Value const& json, std::uint64_t count, header_v07& header)
 {
     Json::Value const& names = json["AOVNames"];
     Json::Value const& types = json["AOVTypes"];
+    std::uint64_t const listed = std::max<std::uint64_t>(names.size(), types.size());
+    if (count > listed && count > mostUnlistedAovs)
+        return false;
     std::size_t kept = header.AOVNames.size();
     std::vector<std::string> allNames(kept + count);
     std::vector<Phase::AOVType> allTypes(header.AOVTypes.size() + count);
@@ -118,6 +125,7 @@ void appendAovList(Json::Value const& json, std::uint64_t count, header_v07& hea
     }
     header.AOVNames = std::move(allNames);
     header.AOVTypes = std::move(allTypes);
+    return true;
 }
 
 }  // namespace
@@ -135,7 +143,7 @@ Json::Value headerToJson(header_v09 const& header)
 
 // Every integer goes through asInt, the unsigned counts included: a count that doesn't fit an int raises the
 // JSON library's conversion error, and nothing here catches it.
-void readVersion7Keys(Json::Value const& json, header_v07& header)
+BinIO::HlvReaderError readVersion7Keys(Json::Value const& json, header_v07& header)
 {
     header.boxScaleX = json["boxScaleX"].asFloat();
     header.boxScaleY = json["boxScaleY"].asFloat();
@@ -157,8 +165,10 @@ void readVersion7Keys(Json::Value const& json, header_v07& header)
     header.coordinates = static_cast<std::uint64_t>(static_cast<std::int64_t>(json["coordinates"].asInt()));
     header.passMode = json["passMode"].asInt();
     header.frame = json["frame"].asInt();
-    appendAovList(json, header.aovNums, header);
+    if (!appendAovList(json, header.aovNums, header))
+        return BinIO::READER_BAD_JSON;
     header.fileCode = json["fileCode"].asInt();
+    return BinIO::READER_OK;
 }
 
 void readVersion8Keys(Json::Value const& json, header_v09& header)

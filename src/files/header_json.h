@@ -3,6 +3,7 @@
 
 // The container's JSON header text and its in-memory headers, in both directions.
 
+#include <holvane/binio.h>
 #include <holvane/fileheader.h>
 
 #include <json/value.h>
@@ -18,7 +19,8 @@ using BinIO::HeaderCameras;
 Json::Value headerToJson(header_v09 const& header);
 
 // The keys that a version 7 file has, AOV lists and "fileCode" included. Names and types are appended.
-void readVersion7Keys(Json::Value const& json, header_v07& header);
+// READER_BAD_JSON when "aovNums" lies far beyond both lists.
+BinIO::HlvReaderError readVersion7Keys(Json::Value const& json, header_v07& header);
 // "fillHoleCount", "tolerance", the matrix, "eye" and "ipd".
 void readVersion8Keys(Json::Value const& json, header_v09& header);
 // The "cameras" array into the three arrays, in array order.

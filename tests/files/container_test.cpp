@@ -241,6 +241,24 @@ TEST(ContainerHeaderRules, VersionAndSubversionDecideTheCameras)
     EXPECT_EQ(hashSum, -9);
 }
 
+TEST(ContainerHeaderRules, AovCountBeyondTheListsPadsOrIsRefused)
+{
+    // A count a little past the lists pads with unnamed byte channels.
+    header_v09 padded;
+    std::string const three = "{\"aovNums\":3,\"AOVNames\":[\"a\",\"b\"],\"AOVTypes\":[4]}\n";
+    ASSERT_EQ(hlvReader_v9(handMade("aov3", 9, 1, three, 0).c_str(), padded), READER_OK);
+    EXPECT_EQ(padded.AOVNames, (std::vector<std::string>{"a", "b", ""}));
+    EXPECT_EQ(padded.AOVTypes, (std::vector<AOVType>{Holvane::Phase::AOV_VEC4, Holvane::Phase::AOV_BYTE, Holvane::Phase::AOV_BYTE}));
+    // A negative count would size the lists from nothing the file holds: the header doesn't read.
+    header_v09 negative;
+    std::string const minusOne = "{\"aovNums\":-1,\"AOVNames\":[\"a\"],\"AOVTypes\":[4]}\n";
+    EXPECT_EQ(hlvReader_v9(handMade("aovneg", 9, 1, minusOne, 0).c_str(), negative), READER_BAD_JSON);
+    hlvRenderSample4Aovs_t data;
+    int hashSum = 0;
+    EXPECT_EQ(hlvReader_v7(handMade("aovneg7", 7, 0, minusOne, 2).c_str(), negative, data, hashSum),
+              READER_BAD_JSON);
+}
+
 TEST(ContainerHeaderRules, SubversionZeroGetsTheDefaultRigPlacedInTheBox)
 {
     header_v09 read;
