@@ -117,18 +117,14 @@ CameraRig buildBoxRig(bool allMaskBits)
 {
     CameraRig rig;
     std::vector<TavPoint> const unit = unitCubeCameras();
-    // Built whole rather than grown: growing these vectors of plain numbers would put the standard
-    // library's out-of-line growth code among the library's exported symbols.
-    float weights[kCameraCount];
-    std::uint32_t masks[kCameraCount];
-    rig.cameras = std::vector<TavPoint>(unit.size());
+    rig.cameras.resize(unit.size());
+    rig.cameraWeights.resize(unit.size());
+    rig.cameraMasks.resize(unit.size());
     for (std::size_t i = 0; i < unit.size(); ++i) {
         rig.cameras[i] = ontoBox(unit[i]);
-        weights[i] = static_cast<float>(kWeights[i]);
-        masks[i] = allMaskBits ? kAllFaces : faceMask(unit[i]);
+        rig.cameraWeights[i] = static_cast<float>(kWeights[i]);
+        rig.cameraMasks[i] = allMaskBits ? kAllFaces : faceMask(unit[i]);
     }
-    rig.cameraWeights = std::vector<float>(weights, weights + kCameraCount);
-    rig.cameraMasks = std::vector<std::uint32_t>(masks, masks + kCameraCount);
     placeCentreCamera(rig);
     return rig;
 }

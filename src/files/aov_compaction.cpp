@@ -2,7 +2,6 @@
 
 #include "files/aov_compaction.h"
 
-#include "files/fresh_vector.h"
 #include "files/half_truncation.h"
 
 #include <holvane/binio.h>
@@ -50,7 +49,7 @@ using CompactSlot = void (*)(AOVData const& slot, unsigned char* target);
 template <CompactSlot compactSlot, typename E>
 void compactChannel(AOVData const* first, std::size_t count, std::size_t stride, std::vector<E>& out)
 {
-    Internal::makeFresh(out, count);
+    out.assign(count, {});
     auto* target = reinterpret_cast<unsigned char*>(out.data());
     std::size_t i = 0;
     for (; i + 4 <= count; i += 4) {

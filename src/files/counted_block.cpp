@@ -1,7 +1,6 @@
 #include "files/counted_block.h"
 
 #include "files/digest.h"
-#include "files/fresh_vector.h"
 
 #include <blosc.h>
 #include <sys/types.h>
@@ -136,7 +135,7 @@ HlvReaderError expandCountedBlock(std::FILE* file, std::size_t elementSize, std:
     } byteTarget{&out, elementSize};
     BlockTargetSizer sizeTarget = [](void* target, std::uint32_t count) -> void* {
         auto& byteTarget = *static_cast<ByteTarget*>(target);
-        makeFresh(*byteTarget.bytes, std::size_t(count) * byteTarget.elementSize);
+        byteTarget.bytes->assign(std::size_t(count) * byteTarget.elementSize, {});
         return byteTarget.bytes->data();
     };
     return expandCountedBlockInto(file, elementSize, sizeTarget, &byteTarget, hash);

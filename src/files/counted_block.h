@@ -7,7 +7,6 @@
 
 #include <holvane/binio.h>
 
-#include "files/fresh_vector.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -42,7 +41,7 @@ HlvReaderError expandCountedBlock(std::FILE* file, std::vector<T>& out, HashSum&
 {
     BlockTargetSizer sizeTarget = [](void* target, std::uint32_t count) -> void* {
         auto& records = *static_cast<std::vector<T>*>(target);
-        makeFresh(records, count);
+        records.assign(count, {});
         return records.data();
     };
     return expandCountedBlockInto(file, sizeof(T), sizeTarget, &out, hash);

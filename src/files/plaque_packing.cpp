@@ -1,7 +1,6 @@
 #include "files/plaque_packing.h"
 
 #include "files/digest.h"
-#include "files/fresh_vector.h"
 
 #include <cstring>
 
@@ -67,7 +66,7 @@ std::vector<PackedPlaque> packPlaques(std::vector<DetectPlaqueInfo> const& plaqu
 
 void unpackPlaques(std::vector<PackedPlaque> const& packed, std::vector<DetectPlaqueInfo>& plaques)
 {
-    makeFresh(plaques, packed.size());
+    plaques.assign(packed.size(), {});
     for (std::size_t i = 0; i < packed.size(); ++i)
         plaques[i] = unpackPlaque(packed[i]);
 }

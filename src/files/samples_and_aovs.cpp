@@ -5,7 +5,6 @@
 #include "files/aov_blocks.h"
 #include "files/container_format.h"
 #include "files/counted_block.h"
-#include "files/fresh_vector.h"
 
 namespace Holvane {
 namespace Internal {
@@ -22,7 +21,7 @@ HlvReaderError readSamplesAndAovs(std::FILE* file, BinIO::header_v07 const& head
         return result;
     std::vector<Phase::AOVType> const& types = header.AOVTypes;
     if (!types.empty()) {
-        makeFresh(data.aovs, data.samples.size() * types.size());
+        data.aovs.assign(data.samples.size() * types.size(), {});
         for (std::size_t a = 0; a < types.size() && result == BinIO::READER_OK; ++a)
             result = readAovChannelBlock(file, types[a], channelStart(data.aovs, a), data.samples.size(),
                                          types.size(), hash);
