@@ -1,9 +1,9 @@
 // HvPhaseBegin and HvPhaseTerminate from inside: the rendering resolution and the blocks are put into the
 // session directly, as the resolution functions would.
 
-#include <holvane/container.h>
 #include <holvane/phase.h>
 
+#include "common/detect_file.h"
 #include "common/log_capture.h"
 #include "session/context.h"
 
@@ -62,19 +62,6 @@ void expectEveryGuardedSetterRefused(LogCapture& log, std::string const& message
 
 // A detect file of three plaques detected at 624 x 416, at a fixed path that the print shows.
 char const* const overridePath = "/tmp/hv-phase-test-override.hlvDetect";
-
-void writeOverrideDetectFile()
-{
-    Holvane::BinIO::header_v09 header;
-    header.rtype = 1;
-    header.widthDisplay = 624;
-    header.heightDisplay = 416;
-    header.fillHoleCount = 3;
-    Holvane::BinIO::hlvRenderSample5Aovs_t data;
-    data.fillHoles.resize(3);
-    ASSERT_EQ(Holvane::BinIO::hlvWriter_v9(overridePath, header, data, Holvane::Util::RenderingEngineId(3)),
-              Holvane::BinIO::READER_OK);
-}
 
 class PhaseTest : public ::testing::Test {
 protected:
@@ -178,7 +165,7 @@ TEST_F(PhaseTest, RenderPrintsItsPathsEyesModesAndChannels)
 {
     configure(PHASE_RENDER);
     HvSetDetectFilePath("/tmp"), HvSetOutFilePath("/tmp/out.hlvRender"), HvSetMotionVector(false);
-    writeOverrideDetectFile();
+    HolvaneTest::writeDetectFile(overridePath, std::vector<Holvane::BinIO::DetectPlaqueInfo>(3));
     session().detectPhaseOverride = overridePath;
     HvSetDeepReflection(RC_LeftAndRight, 64.0), HvSetRenderTransparencyMode(TRANSP);
     HvSetSpecularPointOffset(TavPoint{0.5f, 1.0f, -0.25f}), HvRenderPhaseRegisterAov(5, "albedo", AOV_VEC4);

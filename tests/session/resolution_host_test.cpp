@@ -1,73 +1,55 @@
 #include <holvane/holvane.h>
 
+#include "common/detect_file.h"
+#include "common/log_capture.h"
+
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <string>
-#include <unistd.h>
 #include <vector>
 
 namespace {
 
 using namespace Holvane;
 using Phase::HvResolutionParam;
+using HolvaneTest::LogCapture;
+using Lines = std::vector<std::string>;
 
-// Collects the messages as they were given: no level header, line ends kept.
-struct LogLines {
-    std::vector<std::string> lines;
-    static void collect(Logger::LogLevel const&, char const* text, void* self)
-    {
-        static_cast<LogLines*>(self)->lines.push_back(text);
-    }
-    bool has(std::string const& text) const
-    {
-        for (std::string const& line : lines)
-            if (line.find(text) != std::string::npos)
-                return true;
-        return false;
-    }
-};
-
-// A detect file whose header announces `plaques` plaques, written as the detection phase writes it.
-std::string writeDetectFile(unsigned long long plaques)
+bool logged(LogCapture const& log, std::string const& line)
 {
-    char path[] = "/tmp/hv-resolution-XXXXXX";
-    int fd = mkstemp(path);
-    close(fd);
-    BinIO::header_v09 header;
-    header.rtype = 1;
-    header.widthDisplay = 312;
-    header.heightDisplay = 208;
-    header.fillHoleCount = plaques;
-    BinIO::hlvRenderSample5Aovs_t data;
-    data.fillHoles.resize(plaques);
-    EXPECT_EQ(BinIO::hlvWriter_v9(path, header, data, Util::RenderingEngineId(3)), BinIO::READER_OK);
-    return path;
+    return std::find(log.lines.begin(), log.lines.end(), line) != log.lines.end();
+}
+
+::testing::AssertionResult isResolution(HvResolutionParam const& r, unsigned long long w, unsigned long long h,
+                                        unsigned long long blocks)
+{
+    if (r.valid && r.width == w && r.height == h && r.blockCount == blocks)
+        return ::testing::AssertionSuccess();
+    return ::testing::AssertionFailure() << "got (" << r.width << ", " << r.height << ", " << r.blockCount << ", "
+                                         << r.valid << ")";
 }
 
 class Resolution : public ::testing::Test {
 protected:
-    void SetUp() override
-    {
-        Logger::HvSetConsoleLogLevel(Logger::LogLevel(-1));
-        Logger::HvSetCallbackCarriageReturnMode(Logger::CR_KEEP);
-        Logger::HvSetLogLevelHeader(false);
-        Logger::HvSetCallBackLogLevel(Logger::TRACE, &LogLines::collect, &log);
-    }
     void TearDown() override
     {
-        Logger::HvSetCallBackLogLevel(Logger::LogLevel(-1), nullptr, nullptr);
-        Logger::HvSetCallbackCarriageReturnMode(Logger::CR_STRIP);
-        Logger::HvSetLogLevelHeader(true);
-        Logger::HvSetConsoleLogLevel(Logger::TRACE);
         for (std::string const& file : files)
             std::remove(file.c_str());
     }
 
-    // A render phase with everything the resolution queries need.
-    void beginRenderSetup(std::string const& detectFile)
+    std::string detectFile(std::size_t plaques)
     {
-        Phase::HvInitPhase(Phase::PHASE_RENDER, Util::RenderingEngineId(3));
+        files.push_back(HolvaneTest::tempFile("hv-resolution"));
+        HolvaneTest::writeDetectFile(files.back(), std::vector<BinIO::DetectPlaqueInfo>(plaques));
+        return files.back();
+    }
+
+    // A phase with everything the resolution queries need.
+    static void configure(Phase::Phase phase, std::string const& detectFile)
+    {
+        Phase::HvInitPhase(phase, Util::RenderingEngineId(3));
         Phase::HvSetDraft(false);
         Phase::HvSetCurrentFrame(1, 4);
         Phase::HvSetZovOffset(0, 0, 0);
@@ -76,151 +58,102 @@ protected:
         Phase::HvSetDetectFilePath(detectFile.c_str());
     }
 
-    std::string detectFile(unsigned long long plaques)
-    {
-        files.push_back(writeDetectFile(plaques));
-        return files.back();
-    }
-
-    LogLines log;
     std::vector<std::string> files;
 };
 
-void expectResolution(HvResolutionParam const& r, unsigned long long w, unsigned long long h, unsigned long long b)
-{
-    EXPECT_TRUE(r.valid);
-    EXPECT_EQ(r.width, w);
-    EXPECT_EQ(r.height, h);
-    EXPECT_EQ(r.blockCount, b);
-}
-
-TEST_F(Resolution, ThousandPlaquesGiveTheWorkedSizes)
+TEST_F(Resolution, ThousandPlaquesGiveTheWorkedSizesAndTheBlocksAreWalked)
 {
     std::string const file = detectFile(1000);
-    beginRenderSetup(file);
-    expectResolution(Phase::HvGetRenderingResolutionParameters(), 32, 32, 1);
-    expectResolution(Phase::HvComputeRenderingResolutionParameters(10ULL, 10ULL), 10, 10, 10);
+    configure(Phase::PHASE_RENDER, file);
+    EXPECT_TRUE(isResolution(Phase::HvGetRenderingResolutionParameters(), 32, 32, 1));
+    EXPECT_TRUE(isResolution(Phase::HvComputeRenderingResolutionParameters(10ULL, 10ULL), 10, 10, 10));
     // The block-namespace count is one more when the plaques fill the blocks exactly.
     EXPECT_EQ(Block::HvGetBlockCountFromRenderingResolution(file.c_str(), 10, 10), 11u);
     EXPECT_EQ(Block::HvGetBlockCountFromRenderingResolution(file.c_str(), 10, 9), 12u);
+    EXPECT_EQ(Block::HvGetBlockCountFromRenderingResolution(), 1u);  // 312 x 208 holds them all
     unsigned long long width = 7, height = 7;
     EXPECT_TRUE(Block::HvGetRenderingResolutionFromBlockCount(file.c_str(), 4, width, height));
-    EXPECT_EQ(width, 32u);
-    EXPECT_EQ(height, 32u);
-    // 312 x 208 output pixels hold the thousand plaques in one block.
-    EXPECT_EQ(Block::HvGetBlockCountFromRenderingResolution(), 1u);
-}
+    EXPECT_TRUE(width == 32 && height == 32);  // the block count plays no part
 
-TEST_F(Resolution, BlockCountSetsASquareImageAndTheBlocksAreWalked)
-{
-    beginRenderSetup(detectFile(1000));
-    HvResolutionParam const r = Phase::HvComputeRenderingResolutionParameters(4ULL);
-    expectResolution(r, 16, 16, 4);
-    ASSERT_TRUE(Phase::HvSetRenderingResolutionParameters(r));
+    HvResolutionParam const four = Phase::HvComputeRenderingResolutionParameters(4ULL);
+    EXPECT_TRUE(isResolution(four, 16, 16, 4));
+    ASSERT_TRUE(Phase::HvSetRenderingResolutionParameters(four));
     EXPECT_TRUE(Phase::HvSetCurrentBlockIndex(3));
-    log.lines.clear();
+    LogCapture log;
     EXPECT_FALSE(Phase::HvSetCurrentBlockIndex(4));
-    ASSERT_EQ(log.lines.size(), 1u);
-    EXPECT_EQ(log.lines[0], "[Holvane] Unable to set the block 4 greater than the number of block 4 .\n");
+    EXPECT_EQ(log.only(), "0|[Holvane] Unable to set the block 4 greater than the number of block 4 .\n");
 }
 
-TEST_F(Resolution, DetectionAnswersTheOutputResolution)
+TEST_F(Resolution, DetectionAnswersTheOutputResolutionAndRefusesBlocks)
 {
-    Phase::HvInitPhase(Phase::PHASE_DETECT, Util::RenderingEngineId(0));
-    Phase::HvSetDraft(false);
-    Phase::HvSetCurrentFrame(1, 4);
-    Phase::HvSetZovOffset(0, 0, 0);
+    configure(Phase::PHASE_DETECT, "/tmp/hv-detect-out.hlvDetect");
     Phase::HvSetOutputResolution(624, 416);
-    log.lines.clear();
-    expectResolution(Phase::HvComputeRenderingResolutionParameters(100ULL, 50ULL), 624, 416, 1);
-    EXPECT_TRUE(log.has("[Holvane] the transparency pass type is not set.\n"));
-    EXPECT_TRUE(log.has("[Holvane] Rendering resolution is different than the final Hlv file resolution, this is "
-                        "not supported in the detection phase.\n"));
-    expectResolution(Phase::HvComputeRenderingResolutionParameters(4ULL), 624, 416, 1);
-    EXPECT_TRUE(log.has("[Holvane] multiple blocks for the detection phase is not supported.\n"));
-
-    HvResolutionParam const twoBlocks = {624, 416, 2, true};
-    EXPECT_FALSE(Phase::HvSetRenderingResolutionParameters(twoBlocks));
-    EXPECT_TRUE(log.has("[Holvane] Unable to render multiple blocks during the detection phase.\n"));
+    LogCapture log;
+    EXPECT_TRUE(isResolution(Phase::HvComputeRenderingResolutionParameters(100ULL, 50ULL), 624, 416, 1));
+    EXPECT_TRUE(logged(log, "1|[Holvane] Rendering resolution is different than the final Hlv file resolution, "
+                            "this is not supported in the detection phase.\n"));
+    EXPECT_TRUE(isResolution(Phase::HvComputeRenderingResolutionParameters(4ULL), 624, 416, 1));
+    EXPECT_TRUE(logged(log, "1|[Holvane] multiple blocks for the detection phase is not supported.\n"));
+    EXPECT_FALSE(Phase::HvSetRenderingResolutionParameters(HvResolutionParam{624, 416, 2, true}));
+    EXPECT_TRUE(logged(log, "0|[Holvane] Unable to render multiple blocks during the detection phase.\n"));
 }
 
 TEST_F(Resolution, IncompleteContextNamesWhatIsMissing)
 {
     Phase::HvInitPhase(Phase::PHASE_RENDER, Util::RenderingEngineId(0));
-    log.lines.clear();
+    LogCapture log;
     HvResolutionParam const r = Phase::HvGetRenderingResolutionParameters();
-    EXPECT_FALSE(r.valid);
-    EXPECT_EQ(r.width + r.height + r.blockCount, 0u);
-    std::vector<std::string> const expected = {
-        "[Holvane] draftMode is not set.\n",
-        "[Holvane] the frame number is not set.\n",
-        "[Holvane] the ZOV offset for multibox is not set.\n",
-        "[Holvane] the output resolution is not set.\n",
-        "[Holvane] the transparency pass type is not set.\n",
-        "[Holvane] Unable to create IO paths for Holvane. Context is partialy set.\n",
-    };
-    EXPECT_EQ(log.lines, expected);
+    EXPECT_TRUE(!r.valid && r.width == 0 && r.height == 0 && r.blockCount == 0);
+    EXPECT_EQ(log.lines, (Lines{
+        "1|[Holvane] draftMode is not set.\n",
+        "1|[Holvane] the frame number is not set.\n",
+        "1|[Holvane] the ZOV offset for multibox is not set.\n",
+        "1|[Holvane] the output resolution is not set.\n",
+        "1|[Holvane] the transparency pass type is not set.\n",
+        "0|[Holvane] Unable to create IO paths for Holvane. Context is partialy set.\n",
+    }));
+    log.lines.clear();
+    EXPECT_FALSE(Phase::HvSetCurrentBlockIndex(0));
+    EXPECT_EQ(log.only(), "0|[Holvane] Unable to set block, the renderingParameters is not set.\n");
 }
 
-TEST_F(Resolution, DetectFileOfANewerVersionIsReported)
+TEST_F(Resolution, DetectFilesThatDontReadAndFilesThatDontExist)
 {
     std::string const file = detectFile(10);
     std::string const newer = detectFile(10);
-    std::FILE* f = std::fopen(newer.c_str(), "r+b");
-    ASSERT_NE(f, nullptr);
-    std::fseek(f, 14, SEEK_SET);
-    std::fputc(10, f);
-    std::fclose(f);
-    beginRenderSetup(file);
+    HolvaneTest::markVersionTooNew(newer);
+    configure(Phase::PHASE_RENDER, file);
     Block::HvSetDetectPhaseOverride(newer);
-    EXPECT_EQ(Block::HvGetDetectPhaseFileFromHolvaneContext(), file);
-    log.lines.clear();
+    EXPECT_EQ(Block::HvGetDetectPhaseFileFromHolvaneContext(), file);  // the override isn't reported
+    LogCapture log;
     EXPECT_FALSE(Phase::HvComputeRenderingResolutionParameters(10ULL, 10ULL).valid);
-    std::vector<std::string> const expected = {
-        "error(-4) reading file (" + newer + ")",
-        "[Holvane] Cannot read the detection file " + newer + " .\n",
-    };
-    EXPECT_EQ(log.lines, expected);
+    // The reader's line has no line end of its own.
+    EXPECT_EQ(log.lines, (Lines{"0|error(-4) reading file (" + newer + ")",
+                                "0|[Holvane] Cannot read the detection file " + newer + " .\n"}));
     EXPECT_EQ(Block::HvGetBlockCountFromRenderingResolution(), 0u);
     unsigned long long width = 7, height = 9;
     EXPECT_FALSE(Block::HvGetRenderingResolutionFromBlockCount(newer.c_str(), 1, width, height));
-    EXPECT_EQ(width, 7u);
-    EXPECT_EQ(height, 9u);
-}
+    EXPECT_TRUE(width == 7 && height == 9);
 
-TEST_F(Resolution, MissingDetectFileCountsAsEmpty)
-{
-    // The header-only read falls back to a blank header, which holds no plaque.
-    beginRenderSetup(detectFile(10));
+    // A missing file reads as a blank header, which holds no plaque.
     Block::HvSetDetectPhaseOverride("/nonexistent/hv.hlvDetect");
-    expectResolution(Phase::HvGetRenderingResolutionParameters(), 0, 0, 1);
+    EXPECT_TRUE(isResolution(Phase::HvGetRenderingResolutionParameters(), 0, 0, 1));
     EXPECT_EQ(Block::HvGetBlockCountFromRenderingResolution(), 1u);
 }
 
 TEST_F(Resolution, NoBlockIsAcceptedOnlyForAnEmptyDetectFile)
 {
     HvResolutionParam const noBlock = {0, 0, 0, true};
-    beginRenderSetup(detectFile(0));
-    expectResolution(Phase::HvGetRenderingResolutionParameters(), 0, 0, 1);
+    configure(Phase::PHASE_RENDER, detectFile(0));
+    EXPECT_TRUE(isResolution(Phase::HvGetRenderingResolutionParameters(), 0, 0, 1));
     EXPECT_TRUE(Phase::HvSetRenderingResolutionParameters(noBlock));
 
-    beginRenderSetup(detectFile(5));
-    log.lines.clear();
+    configure(Phase::PHASE_RENDER, detectFile(5));
+    LogCapture log;
     EXPECT_FALSE(Phase::HvSetRenderingResolutionParameters(noBlock));
-    EXPECT_TRUE(log.has("[Holvane] You must have at least one block to render\n"));
-
-    HvResolutionParam const invalid = {10, 10, 1, false};
-    EXPECT_FALSE(Phase::HvSetRenderingResolutionParameters(invalid));
-    EXPECT_TRUE(log.has("[Holvane] invalid resolution params.\n"));
-}
-
-TEST_F(Resolution, BlockIndexNeedsTheRenderingParameters)
-{
-    Phase::HvInitPhase(Phase::PHASE_RENDER, Util::RenderingEngineId(0));
-    log.lines.clear();
-    EXPECT_FALSE(Phase::HvSetCurrentBlockIndex(0));
-    ASSERT_EQ(log.lines.size(), 1u);
-    EXPECT_EQ(log.lines[0], "[Holvane] Unable to set block, the renderingParameters is not set.\n");
+    EXPECT_TRUE(logged(log, "0|[Holvane] You must have at least one block to render\n"));
+    EXPECT_FALSE(Phase::HvSetRenderingResolutionParameters(HvResolutionParam{10, 10, 1, false}));
+    EXPECT_TRUE(logged(log, "0|[Holvane] invalid resolution params.\n"));
 }
 
 }  // namespace
