@@ -4,15 +4,13 @@
 #include "camera/sampling.h"
 #include "camera_session.h"
 
-#include <gtest/gtest.h>
-
 #include <random>
 
 using namespace Holvane::Camera;
 
 namespace {
 
-class SampleIndex : public HolvaneTest::CameraSession {};
+using Sampling = HolvaneTest::CameraSession;
 
 unsigned long long referenceSeed(unsigned camera, unsigned x, unsigned y)
 {
@@ -24,21 +22,17 @@ unsigned long long referenceSeed(unsigned camera, unsigned x, unsigned y)
 
 }  // namespace
 
-TEST_F(SampleIndex, CountsPerPixelStopsAt255InDetectionAndRefusesOtherPixels)
+TEST_F(Sampling, IndexCountsPerPixelStopsAt255InDetectionAndRefusesOtherPixels)
 {
     unsigned long long count = 999;
-    for (unsigned long long expected = 0; expected < 258; ++expected) {
-        ASSERT_TRUE(HvGetCurrentSampleIndexCount(7, 3, count));
-        ASSERT_EQ(count, std::min(expected, 255ULL));  // 255 is a camera too
-    }
+    for (unsigned long long expected = 0; expected < 258; ++expected)  // 255 is a camera too
+        ASSERT_TRUE(HvGetCurrentSampleIndexCount(7, 3, count) && count == std::min(expected, 255ULL)) << count;
     s().phase = Holvane::Phase::PHASE_RENDER;  // no stop in the render phase
     ASSERT_TRUE(HvGetCurrentSampleIndexCount(7, 3, count));
     EXPECT_EQ(s().sampleIndexCounters[3 * 600 + 7], 256u);
-
-    count = 42;
-    EXPECT_FALSE(HvGetCurrentSampleIndexCount(0, 400, count));
-    EXPECT_FALSE(HvGetCurrentSampleIndexCount(-1, 0, count));
-    EXPECT_FALSE(HvGetCurrentSampleIndexCount(0, 2000000000, count));  // past 32 bits
+    count = 42;  // other pixels are refused and leave the count alone
+    EXPECT_FALSE(HvGetCurrentSampleIndexCount(0, 400, count) || HvGetCurrentSampleIndexCount(-1, 0, count) ||
+                 HvGetCurrentSampleIndexCount(0, 2000000000, count));  // the last past 32 bits
     EXPECT_EQ(count, 42u);
     s().renderingWidth = Holvane::Internal::Optional<double>();
     EXPECT_THROW(HvGetCurrentSampleIndexCount(0, 0, count), std::exception);
@@ -53,7 +47,7 @@ TEST(SamplingPosition, IsTheRadicalInverseInBasesThreeAndFive)
     EXPECT_EQ(p.y, 2.0f * 0.2f + 1.0f * (0.2f * 0.2f));
 }
 
-TEST(Seed, MatchesTheStandardMersenneTwister)
+TEST_F(Sampling, SeedsMatchTheStandardMersenneTwisterByPixelOrByThePlaqueOfTheBlock)
 {
     unsigned const cases[][3] = {{0, 0, 0}, {1, 2, 3}, {146, 5999, 3999}, {255, 12, 16}, {7, 4294967295u, 1}};
     for (auto const& c : cases)
@@ -61,22 +55,14 @@ TEST(Seed, MatchesTheStandardMersenneTwister)
     Holvane::BinIO::DetectPlaqueInfo plaque;
     plaque.cameraIndex = 33, plaque.x = 1200, plaque.y = 801;
     EXPECT_EQ(GetSeed(plaque), referenceSeed(33, 1200, 801));
-
     Holvane::Internal::MersenneTwister32 own(5489u);  // past its first block of 624 words too
     std::mt19937 reference(5489u);
     for (int i = 0; i < 2000; ++i)
         ASSERT_EQ(own.next(), reference()) << i;
-}
-
-TEST_F(SampleIndex, SessionSeedUsesThePlaqueOfThePixelInTheRenderPhase)
-{
-    EXPECT_EQ(HvGetSeed(10.7, 3.2), referenceSeed(0, 10, 3));
-    s().phase = Holvane::Phase::PHASE_RENDER;
-    s().renderingWidth = 4.0, s().renderingHeight = 2.0, s().currentBlock = 1ULL;
-    s().detectPlaques.resize(12);
+    EXPECT_EQ(HvGetSeed(10.7, 3.2), referenceSeed(0, 10, 3));  // detection: camera 0 and the pixel
+    s().phase = Holvane::Phase::PHASE_RENDER, s().renderingWidth = 4.0, s().renderingHeight = 2.0;
+    s().currentBlock = 1ULL, s().detectPlaques.resize(12), s().detectPlaques[10] = {9, 300, 77};
     // Block 1 starts at plaque 8: (2, 0) is plaque 10, and (2, 1) would be 14, past the plaques.
-    auto& plaque = s().detectPlaques[10];
-    plaque.cameraIndex = 9, plaque.x = 300, plaque.y = 77;
     EXPECT_EQ(HvGetSeed(2.9, 0.5), referenceSeed(9, 300, 77));
     EXPECT_EQ(HvGetSeed(2.0, 1.0), referenceSeed(0, 2, 1));
 }
@@ -85,8 +71,7 @@ TEST(IndexedSpheres, HoldRingsOfUnitVectorsFromPoleToPole)
 {
     using namespace Holvane::Internal;
     IndexedSphere const& first = indexedSphere255();
-    EXPECT_EQ(first.count, 255);
-    EXPECT_EQ(indexedSphere124().count, 124);
+    EXPECT_TRUE(first.count == 255 && indexedSphere124().count == 124);
     EXPECT_TRUE(first.points[0].y == -1.0f && first.points[254].y == 1.0f);
     // Ring 7 of 15 is the equator: rings 0-6 hold 1, 6, 12, 18, 22, 26, 28 points; it starts at phi = pi/2.
     EXPECT_NEAR(first.points[113].z, 1.0f, 1e-6f);
