@@ -31,9 +31,8 @@ std::uint16_t libraryHalfBits(std::uint32_t floatBits)
 // and a sweep over all float bit patterns.
 TEST(HalfTruncation, MatchesTheHalfLibrary)
 {
-    std::uint32_t const edges[] = {0x00000001, 0x33000000, 0x33800000, 0x38800000, 0x3F802000,
-                                   0x477FE000, 0x47800000, 0x7F800000, 0x7F802000, 0x7FC00000};
-    for (std::uint32_t edge : edges)
+    for (std::uint32_t edge : {0x00000001u, 0x33000000u, 0x33800000u, 0x38800000u, 0x3F802000u, 0x477FE000u,
+                               0x47800000u, 0x7F800000u, 0x7F802000u, 0x7FC00000u})
         for (std::uint32_t bits : {edge, edge - 1, edge | 0x80000000u, (edge - 1) | 0x80000000u})
             EXPECT_EQ(halfBitsOfFloatBits(bits), libraryHalfBits(bits)) << std::hex << bits;
     int mismatches = 0;
@@ -50,38 +49,40 @@ TEST(AovBlocks, ChannelsRoundTripWithOneDigest)
     std::size_t const samples = 1500, stride = types.size();
     std::vector<AOVData> aovs(samples * stride), back(samples * stride);
     for (std::size_t s = 0; s < samples; ++s) {
-        aovs[s * stride].vec4 = {float(s) * 0.25f, -1.0f, 1.0f / float(s + 1), 2.0f};
-        aovs[s * stride + 1].intValue = 99;
-        aovs[s * stride + 2].doubleValue = double(s) / 8.0;
-        aovs[s * stride + 3].byteValue = char(s);
-        aovs[s * stride + 4].vec2 = {float(s), 0.5f};
-        aovs[s * stride + 5].intValue = int(s * 7919);
+        AOVData* slot = &aovs[s * stride];
+        slot[0].vec4 = {float(s) * 0.25f, -1.0f, 1.0f / float(s + 1), 2.0f};
+        slot[1].intValue = 99;
+        slot[2].doubleValue = double(s) / 8.0;
+        slot[3].byteValue = char(s);
+        slot[4].vec2 = {float(s), 0.5f};
+        slot[5].intValue = int(s * 7919);
     }
     std::FILE* file = std::tmpfile();
-    HashSum written, digested, read;
-    for (HashSum* hash : {&written, &digested, &read})
-        digestStart(*hash);
+    HashSum hashes[3];  // written, digested, read
+    for (HashSum& hash : hashes)
+        digestStart(hash);
     for (std::size_t a = 0; a < stride; ++a) {
-        writeAovChannelBlock(file, types[a], &aovs[a], samples, stride, &written);
-        digestAovChannel(digested, types[a], &aovs[a], samples, stride);
+        writeAovChannelBlock(file, types[a], &aovs[a], samples, stride, &hashes[0]);
+        digestAovChannel(hashes[1], types[a], &aovs[a], samples, stride);
     }
     std::rewind(file);
     for (std::size_t a = 0; a < stride; ++a)
-        ASSERT_EQ(readAovChannelBlock(file, types[a], &back[a], samples, stride, read), READER_OK);
+        ASSERT_EQ(readAovChannelBlock(file, types[a], &back[a], samples, stride, hashes[2]), READER_OK);
     EXPECT_EQ(std::fgetc(file), EOF);
     std::fclose(file);
-    for (HashSum* hash : {&written, &digested, &read})
-        digestFinish(*hash);
-    EXPECT_EQ(std::memcmp(written.digest, read.digest, 32), 0);
-    EXPECT_EQ(std::memcmp(digested.digest, read.digest, 32), 0);
-
+    for (HashSum& hash : hashes)
+        digestFinish(hash);
+    EXPECT_EQ(std::memcmp(hashes[0].digest, hashes[2].digest, 32), 0);
+    EXPECT_EQ(std::memcmp(hashes[1].digest, hashes[2].digest, 32), 0);
+    using half = half_float::half;
     for (std::size_t s : {0, 3, 1499}) {
-        EXPECT_EQ(back[s * stride].vec4.b, float(half_float::half(1.0f / float(s + 1))));
-        EXPECT_EQ(back[s * stride + 1].intValue, 0);
-        EXPECT_EQ(back[s * stride + 2].doubleValue, double(half_float::half(float(double(s) / 8.0))));
-        EXPECT_EQ(back[s * stride + 3].byteValue, char(s));
-        EXPECT_EQ(back[s * stride + 4].vec2.x, float(half_float::half(float(s))));
-        EXPECT_EQ(back[s * stride + 5].intValue, int(s * 7919));
+        AOVData const* slot = &back[s * stride];
+        EXPECT_EQ(slot[0].vec4.b, float(half(1.0f / float(s + 1))));
+        EXPECT_EQ(slot[1].intValue, 0);
+        EXPECT_EQ(slot[2].doubleValue, double(half(float(double(s) / 8.0))));
+        EXPECT_EQ(slot[3].byteValue, char(s));
+        EXPECT_EQ(slot[4].vec2.x, float(half(float(s))));
+        EXPECT_EQ(slot[5].intValue, int(s * 7919));
     }
 }
 

@@ -16,24 +16,19 @@ namespace {
 
 using Bytes = std::vector<unsigned char>;
 
-Bytes noise(std::size_t size)
+// Incompressible bytes, or a slow ramp that packs well.
+Bytes noise(std::size_t size, bool ramp = false)
 {
     Bytes bytes(size);
     std::uint32_t state = 12345;
-    for (unsigned char& byte : bytes) {
+    for (std::size_t i = 0; i < size; ++i) {
         state ^= state << 13, state ^= state >> 17, state ^= state << 5;
-        byte = static_cast<unsigned char>(state >> 24);
+        bytes[i] = static_cast<unsigned char>(ramp ? i / 7 : state >> 24);
     }
     return bytes;
 }
 
-Bytes ramp(std::size_t size)
-{
-    Bytes bytes(size);
-    for (std::size_t i = 0; i < size; ++i)
-        bytes[i] = static_cast<unsigned char>(i / 7);
-    return bytes;
-}
+Bytes ramp(std::size_t size) { return noise(size, true); }
 
 Bytes blockOf(Bytes const& data, std::size_t elementSize)
 {
@@ -59,22 +54,22 @@ Bytes withWord(Bytes bytes, std::size_t offset, std::uint32_t word)
     return bytes;
 }
 
-// Expands a file of these bytes into `out`, feeding the digest.
+// Expands a file of these bytes into `out`, which holds leftovers, and gives the digest of what was fed.
 Holvane::BinIO::HlvReaderError expand(Bytes const& fileBytes, std::size_t elementSize, Bytes& out, HashSum& hash)
 {
     std::FILE* file = std::tmpfile();
     if (!fileBytes.empty())
         std::fwrite(fileBytes.data(), 1, fileBytes.size(), file);
     std::rewind(file);
-    out = {1, 2, 3};  // left over from an earlier use
+    out = {1, 2, 3};
     digestStart(hash);
     auto result = expandCountedBlock(file, elementSize, out, hash);
-    bool atEnd = std::fgetc(file) == EOF;
-    EXPECT_TRUE(atEnd || result != READER_OK);  // a block that reads is read whole
+    EXPECT_TRUE(std::fgetc(file) == EOF || result != READER_OK);  // a block that reads is read whole
     std::fclose(file);
     return result;
 }
 
+// The block reads back, and what was fed to the digest is the data.
 void expectRoundTrip(Bytes const& data, std::size_t elementSize)
 {
     Bytes out;
@@ -88,14 +83,15 @@ void expectRoundTrip(Bytes const& data, std::size_t elementSize)
 
 }  // namespace
 
-TEST(CountedBlock, EmptySmallAndIncompressibleBlocks)
+// Empty, small and incompressible blocks are laid out as below; blocks of every element size read back.
+TEST(CountedBlock, LayoutAndRoundTrips)
 {
     EXPECT_EQ(blockOf({}, 4), Bytes(8, 0));
     Bytes out;
     HashSum hash;
     EXPECT_EQ(expand({0, 0, 0, 0, 9, 9, 9, 9}, 4, out, hash), READER_OK);  // an empty block's second word is ignored
     EXPECT_TRUE(out.empty());
-
+    expectRoundTrip({}, 4);
     Bytes small = blockOf(ramp(400), 4);  // one zlib chunk (format 3), byte-shuffled, typesize 4
     EXPECT_EQ(wordAt(small, 0), 100u);
     EXPECT_EQ(wordAt(small, 4), small.size() - 8);
@@ -103,23 +99,16 @@ TEST(CountedBlock, EmptySmallAndIncompressibleBlocks)
     EXPECT_LT(small.size(), 400u);
     EXPECT_EQ(small[8 + 2] & 0xE1, 0x61);
     EXPECT_EQ(small[8 + 3], 4);
-
     // The destination is n rounded down to 4096, plus 4096: incompressible data is a stored chunk while its
     // 16-byte chunk header fits in that room, and raw beyond.
-    EXPECT_EQ(wordAt(blockOf(noise(4080), 1), 4), 4096u);
-    EXPECT_EQ(wordAt(blockOf(noise(8192 + 4080), 1), 4), 8192u + 4096u);
-    EXPECT_EQ(wordAt(blockOf(noise(8192 + 4095), 1), 4), 0u);
-    Bytes raw = blockOf(noise(4081), 1);
-    EXPECT_EQ(wordAt(raw, 0), 4081u);
-    EXPECT_EQ(wordAt(raw, 4), 0u);
-    EXPECT_EQ(Bytes(raw.begin() + 8, raw.end()), noise(4081));
-}
-
-TEST(CountedBlock, RoundTripsForEveryElementSize)
-{
-    expectRoundTrip({}, 4);
-    for (std::size_t size : {4080, 4081, 8192 + 4095})
+    for (auto [size, packed] : {std::pair<std::size_t, std::uint32_t>{4080, 4096}, {8192 + 4080, 8192 + 4096},
+                                {8192 + 4095, 0}, {4081, 0}}) {
+        Bytes block = blockOf(noise(size), 1);
+        EXPECT_EQ(wordAt(block, 0), size);
+        EXPECT_EQ(wordAt(block, 4), packed) << size;
+        EXPECT_TRUE(packed != 0 || Bytes(block.begin() + 8, block.end()) == noise(size));  // raw: the data as is
         expectRoundTrip(noise(size), 1);
+    }
     for (std::size_t elementSize : {1, 2, 4, 6, 8, 12, 24, 28}) {
         SCOPED_TRACE(elementSize);
         expectRoundTrip(ramp(elementSize * 3001), elementSize);
@@ -139,14 +128,12 @@ TEST(CountedBlock, DamagedBlocksFailToDecompress)
         EXPECT_TRUE(out.empty());
         EXPECT_EQ(std::memcmp(&hash, &fresh, sizeof fresh), 0);
     };
-    Bytes packed = blockOf(ramp(4 * 2000), 4);
-    Bytes raw = blockOf(noise(4081), 1);
+    Bytes packed = blockOf(ramp(4 * 2000), 4), raw = blockOf(noise(4081), 1);
     for (std::size_t length = 0; length < packed.size(); ++length)
         expectFailure(Bytes(packed.begin(), packed.begin() + length), 4);
     for (std::size_t length = 0; length < raw.size(); length += length < 16 ? 1 : 97)
         expectFailure(Bytes(raw.begin(), raw.begin() + length), 1);
     expectFailure(Bytes(raw.begin(), raw.end() - 1), 1);
-
     expectFailure(withWord(raw, 0, 1000000), 1);                   // count beyond the file
     expectFailure(withWord(raw, 0, 0xFFFFFFFFu), 28);              // beyond 2^31 bytes
     expectFailure(withWord(raw, 0, 1u << 29), 4);                  // exactly 2^31 bytes
