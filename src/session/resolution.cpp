@@ -142,11 +142,7 @@ HvResolutionParam HvComputeRenderingResolutionParameters(unsigned long long cons
         HvOutputLogString(Logger::ERROR, "[Holvane] Cannot read the detection file %s .\n", path.c_str());
         return Internal::invalidResolution;
     }
-    if (width == 0 || height == 0) {
-        HvOutputLogString(Logger::ERROR, "[Holvane] A rendering resolution of %llux%llu holds no plaque.\n", width,
-                          height);
-        return Internal::invalidResolution;
-    }
+    // An image of no pixel divides by zero in double: the infinity or NaN that results reads as no block.
     double const blocks = std::ceil(double(count) / (double(width) * double(height)));
     return Internal::resolution(double(width), double(height), blocks);
 }
