@@ -117,6 +117,23 @@ void walkBlocks(std::FILE* file, std::vector<BlockPlan> const& plan, FileInfo& i
     }
 }
 
+// Reads the whole file with the reader of its sample form: version 7 has no fill holes, and 24-byte samples
+// are those of version 8, also in a file of hlvWriter_v8, which says version 9.
+int readWhole(char const* path, unsigned version, std::vector<BlockInfo> const& blocks, header_v09& header,
+              int& hashSum)
+{
+    bool shortSamples = false;
+    for (BlockInfo const& block : blocks)
+        if (block.name == "samples" && block.count > 0)
+            shortSamples = block.expanded == std::uint64_t(block.count) * 24;
+    if (version <= 8 || shortSamples) {
+        hlvRenderSample4Aovs_t data;
+        return version < 8 ? hlvReader_v7(path, header, data, hashSum) : hlvReader_v8(path, header, data, hashSum);
+    }
+    hlvRenderSample5Aovs_t data;
+    return hlvReader_v9(path, header, data, hashSum);
+}
+
 // Reads what the file holds; false with a reason when it is not a container.
 bool inspect(char const* path, FileInfo& info, std::string& reason)
 {
@@ -152,9 +169,8 @@ bool inspect(char const* path, FileInfo& info, std::string& reason)
         return true;
     }
     walkBlocks(input.file, blockPlan(info.version, header), info);
-    hlvRenderSample5Aovs_t data;
     header = header_v09();
-    info.readerAnswer = hlvReader_v9(path, header, data, info.hashSum);
+    info.readerAnswer = readWhole(path, info.version, info.blocks, header, info.hashSum);
     info.engine = getRenderEngineId(header.fileCode, info.hashSum);
     return true;
 }

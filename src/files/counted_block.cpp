@@ -69,10 +69,8 @@ bool readBlockPayload(std::FILE* file, std::size_t elementSize, BlockTargetSizer
     if (!readWord(file, count) || !readWord(file, packedSize))
         return false;
     expandedSize = std::uint64_t(count) * elementSize;
-    if (count == 0) {  // the second word is read and ignored
-        expanded = static_cast<unsigned char*>(sizeTarget(target, 0));
+    if (count == 0)  // the second word is read and ignored; the target keeps what it held
         return true;
-    }
     std::uint64_t payloadSize = packedSize == 0 ? expandedSize : packedSize;
     if (expandedSize > kLargestBlock || payloadSize > kLargestBlock || payloadSize > bytesLeftIn(file))
         return false;

@@ -24,9 +24,9 @@ using BinIO::HlvReaderError;
 void writeCountedBlock(std::FILE* file, void const* data, std::uint32_t count, std::size_t elementSize);
 
 // Reads one block at the file's position into `out` (count x elementSize bytes) and feeds the expanded bytes to
-// the digest. A block that can't be read whole, that claims more bytes than the file holds or more than
-// 2147483647, or that expands to another size answers READER_DECOMPRESS_FAILED with `out` empty and the digest
-// untouched.
+// the digest. An empty block (count 0) leaves `out` as it was, leftovers included. A block that can't be read
+// whole, that claims more bytes than the file holds or more than 2147483647, or that expands to another size
+// answers READER_DECOMPRESS_FAILED with `out` empty and the digest untouched.
 HlvReaderError expandCountedBlock(std::FILE* file, std::size_t elementSize, std::vector<unsigned char>& out,
                                   HashSum& hash);
 

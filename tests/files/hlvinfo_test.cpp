@@ -64,6 +64,16 @@ TEST(Hlvinfo, DescribesContainersAndRefusesTheRest)
     EXPECT_EQ(text.status, 0);
     EXPECT_NE(text.out.find("  version 9 subversion 1\n"), std::string::npos) << text.out;
     EXPECT_NE(text.out.find("  engine 42\n"), std::string::npos) << text.out;
+    // A file of hlvWriter_v8 says version 9 but holds 24-byte samples: it reads whole all the same.
+    std::string eight = tempPath("eight");
+    hlvRenderSample4Aovs_t old;
+    old.samples.resize(3);
+    old.aovs = renderData().aovs;
+    ASSERT_EQ(hlvWriter_v8(eight.c_str(), renderHeader(), old, engine(17)), READER_OK);
+    run = runHlvinfo("--json " + eight);
+    EXPECT_EQ(run.status, 0) << run.out;
+    EXPECT_NE(run.out.find("\"readerAnswer\":0,\"hashSum\""), std::string::npos) << run.out;
+    EXPECT_NE(run.out.find("\"engine\":17}"), std::string::npos) << run.out;
     std::string other = tempPath("other"), array = tempPath("array"), cut = tempPath("cut");
     writeBytes(other, "Version\x06 not a container");
     run = runHlvinfo(other);
