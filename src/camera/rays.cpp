@@ -47,7 +47,7 @@ bool clipsAway(Internal::HolvaneContext const& s, HvCameraRay const& ray)
 
 bool cameraDoneAtPixel(Internal::HolvaneContext const& s, unsigned long long camera, std::int32_t x, std::int32_t y)
 {
-    if (camera >= 256)
+    if (camera >= 256)  // the text that hosts have always received, not the standard library's own wording
         throw std::out_of_range("invalid bitset<N> position");
     auto const column = static_cast<std::size_t>(x);
     if (column >= s.cameraPixelCoverage.size() || static_cast<std::size_t>(y) >= s.cameraPixelCoverage[column].size())
