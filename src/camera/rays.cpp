@@ -47,7 +47,7 @@ bool clipsAway(Internal::HolvaneContext const& s, HvCameraRay const& ray)
 
 bool cameraDoneAtPixel(Internal::HolvaneContext const& s, unsigned long long camera, std::int32_t x, std::int32_t y)
 {
-    if (camera >= 256)
+    if (camera >= 256)  // the text that hosts have always received, not the standard library's own wording
         throw std::out_of_range("invalid bitset<N> position");
     auto const column = static_cast<std::size_t>(x);
     if (column >= s.cameraPixelCoverage.size() || static_cast<std::size_t>(y) >= s.cameraPixelCoverage[column].size())
@@ -171,9 +171,9 @@ bool HvIsAtProximity(float a, float b, float c)
     double const larger = std::fmax(std::fabs(static_cast<double>(scaledA)), std::fabs(static_cast<double>(scaledB)));
     if (std::fabs(static_cast<double>(scaledA) - static_cast<double>(scaledB)) > 0.1 * larger)
         return false;
-    // The quotients in float, as the depths are; the angles and their difference in double.
-    double const angleB = std::atan(static_cast<double>(scaledB / scaledC));
-    double const angleA = std::atan(static_cast<double>(scaledA / scaledC));
+    // The scaled depths are floats, but their quotients, the angles and their difference are taken in double.
+    double const angleB = std::atan(static_cast<double>(scaledB) / static_cast<double>(scaledC));
+    double const angleA = std::atan(static_cast<double>(scaledA) / static_cast<double>(scaledC));
     float const pixelAngle = 3.1415927f / width;
     return !(std::fabs(angleB - angleA) > pixelAngle);
 }

@@ -40,7 +40,7 @@ IndexedSphere makeIndexedSphere(int rings, int perRing, int capacity, bool repor
                                 static_cast<float>(std::cos(polar)),
                                 static_cast<float>(std::sin(phi) * std::sin(polar))};
             if (index >= capacity) {
-                if (reportOverflow)
+                if (reportOverflow)  // spelling, trailing blank and no newline: the text hosts have always seen
                     std::fputs("error nb samplees for indexed sphere is >255 ", stdout);
                 continue;
             }

@@ -135,6 +135,8 @@ TEST_F(Rays, ProximityNeedsTenPercentAndAPixelAngleAndTheEyeShiftFadesAlongTheSm
     EXPECT_FALSE(HvIsAtProximity(100.0f, 112.0f, 100.0f));  // more than ten per cent apart
     EXPECT_FALSE(HvIsAtProximity(100.0f, 105.0f, 1.0f));    // seen from 100 units, more than a pixel apart
     EXPECT_TRUE(HvIsAtProximity(100.0f, 105.0f, 100.0f));   // the same seen from 10000
+    // 1.2e-9 inside one pixel's angle (pi / 600) with the depth quotients in double; float quotients fall outside.
+    EXPECT_TRUE(HvIsAtProximity(100.000015f, 101.052734f, 1.0f));
     s().renderingContext.context.renderScale = 0.01f;
     EXPECT_TRUE(HvIsAtProximity(100.0f, 105.0f, 1.0f));
     EXPECT_EQ(getEyeShiftFactor(0.0f, 0.0f), 1.0f);
