@@ -182,6 +182,7 @@ public:
     static wchar_t const* const param_phaseMode_tooltip;
     static wchar_t const* const param_hlvDetectFile_tooltip;
     static wchar_t const* const param_renderInsideZov_tooltip;
+    // Only the tooltips are wide: the host's two log messages are 8-bit like every other message.
     static char const* const warn_setDefaultOutputPath;
     static char const* const err_CoreNotLoaded;
 

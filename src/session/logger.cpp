@@ -334,6 +334,7 @@ void HvResetprogress(unsigned long long const& total)
     bool bar;
     {
         std::lock_guard<std::mutex> lock(g_logger.mutex);
+        // progressPercent stays: a completion right after a reset starts from the last progress's percent.
         g_logger.progressAccumulator = 0.0f;
         g_logger.progressMarks = 0;
         g_logger.progressCurrent = 0;
@@ -381,6 +382,7 @@ void HvIncreaseprogress()
             logProgress(false, "%i%%\n", static_cast<int>(percent));
         return;
     }
+    // A progress of fewer steps than marks (61/total above one) never ends itself; HvSetDoneProgression does.
     if (static_cast<float>(steps) / static_cast<float>(total) <= 1.0f) {
         if (bar)
             logProgress(true, "| Done\n");
@@ -409,6 +411,7 @@ void HvSetDoneProgression()
     std::int32_t remainingMarks = steps - marks;
     float remainingPercent = 100.0f - percent;
     int k = 1;
+    // Both ends included: one mark more than remain.
     for (std::int32_t mark = marks; mark <= steps; ++mark, ++k) {
         if (bar)
             logProgress(true, "-");
