@@ -104,6 +104,11 @@ public:
     static char const* const ON;
     static char const* const OFF;
 
+    // Construction stays compiler-made: declaring the assignments alone would delete the copy constructor.
+    Core() = default;
+    Core(Core const&) = default;
+    Core(Core&&) = default;
+
     // Exported as hosts link them; they copy nothing, since the class has no state.
     Core& operator=(Core const& other);
     Core& operator=(Core&& other);
@@ -152,6 +157,11 @@ public:
     static char const* const err_passMissing;
     static char const* const Holvane_stdPluginCopyright;
 
+    // Construction stays compiler-made: declaring the assignments alone would delete the copy constructor.
+    Vray() = default;
+    Vray(Vray const&) = default;
+    Vray(Vray&&) = default;
+
     // Exported as hosts link them; they copy nothing, since the class has no state.
     Vray& operator=(Vray const& other);
     Vray& operator=(Vray&& other);
@@ -185,6 +195,11 @@ public:
     // Only the tooltips are wide: the host's two log messages are 8-bit like every other message.
     static char const* const warn_setDefaultOutputPath;
     static char const* const err_CoreNotLoaded;
+
+    // Construction stays compiler-made: declaring the assignments alone would delete the copy constructor.
+    Vray3dsMax() = default;
+    Vray3dsMax(Vray3dsMax const&) = default;
+    Vray3dsMax(Vray3dsMax&&) = default;
 
     // Exported as hosts link them; they copy nothing, since the class has no state.
     Vray3dsMax& operator=(Vray3dsMax const& other);
@@ -263,6 +278,11 @@ public:
     static char const* const opt_verboseLevel_desc;
     static char const* const opt_overwrite;
     static char const* const opt_overwrite_desc;
+
+    // Construction stays compiler-made: declaring the assignments alone would delete the copy constructor.
+    Merger() = default;
+    Merger(Merger const&) = default;
+    Merger(Merger&&) = default;
 
     // Exported as hosts link them; they copy nothing, since the class has no state.
     Merger& operator=(Merger const& other);

@@ -10,6 +10,7 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <type_traits>
 
 using namespace Holvane::TXT;
 
@@ -109,6 +110,11 @@ TEST(TextTables, CopyrightIsOneLineEndingInALineFeed)
     EXPECT_EQ(Vray::Holvane_stdPluginCopyright[length - 1], '\n');
     EXPECT_EQ(std::strchr(Vray::Holvane_stdPluginCopyright, '\n'), Vray::Holvane_stdPluginCopyright + length - 1);
 }
+
+// Hosts construct and copy the classes like any empty class; only the assignments are exported functions.
+static_assert(std::is_copy_constructible<Core>::value && std::is_move_constructible<Vray>::value &&
+                  std::is_copy_constructible<Vray3dsMax>::value && std::is_copy_constructible<Merger>::value,
+              "text classes copy like any empty class");
 
 TEST(TextTables, AssignmentReturnsTheObject)
 {
