@@ -5,6 +5,7 @@
 #include "camera/sampling.h"
 #include "camera/vector_math.h"
 #include "session/context.h"
+#include "session/phase_internal.h"
 
 #include <cmath>
 #include <stdexcept>
@@ -152,12 +153,7 @@ HvCameraRay HvGetSpecularRay(double const& x, double const& y)
     float const u = static_cast<float>(x / width);
     float const v = static_cast<float>(y / height);
     Internal::CubeDirection const cube = Internal::cubeDirection(u, v);
-    float const reciprocal = 1.0f / s.renderScale.get();
-    TavPoint const offset = s.specularPointOffset.get();
-    TavPoint const origin = {offset.x * 100.0f * s.zovScaling.x * reciprocal,
-                             offset.y * 100.0f * s.zovScaling.y * reciprocal,
-                             offset.z * 100.0f * s.zovScaling.z * reciprocal};
-    return rayAlong(cube, origin);
+    return rayAlong(cube, Internal::specularPointInBox());
 }
 
 bool HvIsAtProximity(float a, float b, float c)

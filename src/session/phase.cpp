@@ -30,6 +30,15 @@ void allocatePixelCounters()
     s.hitCounters.assign(pixels, 0);
 }
 
+TavPoint specularPointInBox()
+{
+    HolvaneContext const& s = session();
+    float const inverseScale = 1.0f / s.renderScale.get();
+    TavPoint const offset = s.specularPointOffset.get();
+    return {offset.x * 100.0f * s.zovScaling.x * inverseScale, offset.y * 100.0f * s.zovScaling.y * inverseScale,
+            offset.z * 100.0f * s.zovScaling.z * inverseScale};
+}
+
 }  // namespace Internal
 
 namespace Phase {
@@ -101,11 +110,7 @@ void applyDefaults()
 void computeSpecularPoint()
 {
     HolvaneContext& s = session();
-    float const inverseScale = 1.0f / s.renderScale.get();
-    TavPoint const offset = s.specularPointOffset.get();
-    TavPoint const local = {offset.x * 100.0f * s.zovScaling.x * inverseScale,
-                            offset.y * 100.0f * s.zovScaling.y * inverseScale,
-                            offset.z * 100.0f * s.zovScaling.z * inverseScale};
+    TavPoint const local = Internal::specularPointInBox();
     s.specularPointLocal = local;
     s.specularPointWorld = Internal::transformPoint(s.camToWorld, local);
 }

@@ -1,6 +1,8 @@
 #ifndef HOLVANE_SESSION_PHASE_INTERNAL_H
 #define HOLVANE_SESSION_PHASE_INTERNAL_H
 
+#include <holvane/types.h>
+
 #include <string>
 
 namespace Holvane {
@@ -11,6 +13,11 @@ std::string const& detectPathInUse();
 
 // One zero entry per pixel of the rendering image in each of the three per-pixel counter arrays.
 void allocatePixelCounters();
+
+// The specular point in the box's frame: the host's offset in metres, scaled by the zone of view into scene
+// units (centimetres divided by the render scale), in single precision. Throws when the render scale or the
+// offset is unset.
+TavPoint specularPointInBox();
 
 // The settings of the phase that has just begun, line by line, at their levels. Reads the required values
 // through their checks, so an unset one throws.
