@@ -34,7 +34,7 @@ void prepareSession(Phase::Phase phase)
     s.transparencyMode = Phase::ALL;
     s.currentBlock = 0ULL;
     s.rayCounters.assign(kWidth * kHeight, 0);
-    s.cameraPixelCoverage.assign(kWidth, std::vector<std::bitset<256>>(kHeight));
+    s.cameraPixelCoverage.assign(kWidth, std::vector<Holvane::Internal::CoverageSet>(kHeight));
     Internal::buildCameraRig();
     Internal::buildCameraTables();
 }

@@ -8,7 +8,8 @@ if [ "$(id -u)" -ne 0 ]; then
   exit 1
 fi
 
-packages=(cmake ninja-build g++ make pkg-config libjsoncpp-dev libblosc-dev libgtest-dev libbenchmark-dev)
+packages=(cmake ninja-build g++ make pkg-config libjsoncpp-dev libblosc-dev libgtest-dev libbenchmark-dev
+          libembree-dev libtbb-dev libtinyobjloader-dev libcli11-dev libpng-dev)
 
 missing=()
 for p in "${packages[@]}"; do

@@ -67,6 +67,28 @@ HV_API void ReadAovsFromFile(std::FILE* file, std::vector<Phase::AOVType> const&
 HV_API void WriteAovsToMem(void* buffer, std::vector<Phase::AOVType> const& types, AOVData const* aovs);
 HV_API void ReadAovsFromMem(void const* buffer, std::vector<Phase::AOVType> const& types, AOVData* aovs);
 
+// ---- Buckets and the spool -------------------------------------------------------------------------------
+// Each declared thread has a bucket that collects its work without a lock; a flush moves the bucket's
+// content to the phase's spool file, or into a memory buffer that HvFlushMemoryBufferToFile later spools.
+// Regions are (xMin, yMin, xMax, yMax), the maxima exclusive.
+
+// Prepares the thread's bucket for a region. Throws on an unknown thread or a bucket still holding samples.
+HV_API void HvInitBucket(unsigned long long const& threadId, int const& xMin, int const& yMin, int const& xMax,
+                         int const& yMax);
+// Finishes the bucket (render phase) and answers the size of its memory buffer, or -1.
+HV_API int HvProcessBucketGetBufferSize(unsigned long long const& threadId);
+HV_API int HvProcessBucketGetBufferSize(int const& xMin, int const& yMin, int const& xMax, int const& yMax);
+// Fills the last bytes of `buffer` with the bucket of the region and a 20-byte footer, and resets the bucket.
+HV_API bool HvBucketFlushToMemory(void* buffer, unsigned long long const& size, int const& xMin, int const& yMin,
+                                  int const& xMax, int const& yMax);
+// Spools a buffer that HvBucketFlushToMemory filled, in this process or another.
+HV_API bool HvFlushMemoryBufferToFile(void const* buffer, unsigned long long const& size);
+// Finishes, spools and resets one bucket.
+HV_API bool HvProcessBucketFlushToFile(unsigned long long const& threadId);
+HV_API bool HvProcessBucketFlushToFile(int const& xMin, int const& yMin, int const& xMax, int const& yMax);
+// The same for every bucket that holds samples.
+HV_API void HvProcessAllBucketsToFile();
+
 }  // namespace v2_0
 }  // namespace BinIO
 }  // namespace Holvane

@@ -14,5 +14,7 @@
 #include <holvane/container.h>
 #include <holvane/camera.h>
 #include <holvane/plaque.h>
+#include <holvane/detectsample.h>
+#include <holvane/rendersample.h>
 
 #endif

@@ -6,6 +6,7 @@
 #include "camera/vector_math.h"
 #include "session/context.h"
 #include "session/phase_internal.h"
+#include "session/relaxed.h"
 
 #include <cmath>
 #include <stdexcept>
@@ -60,7 +61,7 @@ bool cameraDoneAtPixel(Internal::HolvaneContext const& s, unsigned long long cam
 void countRay(std::vector<std::uint16_t>& counters, std::int32_t index)
 {
     if (index >= 0 && static_cast<std::size_t>(index) < counters.size())
-        ++counters[static_cast<std::size_t>(index)];
+        Internal::relaxedIncrement(counters[static_cast<std::size_t>(index)]);
 }
 
 }  // namespace

@@ -79,11 +79,11 @@ bool HvGetCurrentSampleIndexCount(int const& x, int const& y, unsigned long long
     if (i < 0 || static_cast<std::size_t>(i) >= s.sampleIndexCounters.size())
         return false;
     std::uint16_t& counter = s.sampleIndexCounters[static_cast<std::size_t>(i)];
-    count = counter;
+    count = Internal::relaxedLoad(counter);
     // In detection the index is a camera: it stops at 255, itself a valid camera.
     if (s.phase == Phase::PHASE_DETECT && count >= 255)
         return true;
-    ++counter;
+    Internal::relaxedIncrement(counter);
     return true;
 }
 

@@ -4,12 +4,17 @@
 #include <holvane/records.h>
 #include <holvane/types.h>
 
+#include "render/bucket.h"
 #include "session/optional.h"
+#include "session/relaxed.h"
 #include "session/session_rendering_context.h"
 
-#include <bitset>
+#include <array>
 #include <cstdint>
 #include <cstdio>
+#include <map>
+#include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -19,6 +24,14 @@ namespace Internal {
 using Phase::Eye;
 using Phase::TransparencyRenderingType;
 using Util::RenderingEngineId;
+
+// The distances of the transparent and hair layers already recorded for each pixel of one camera, under that
+// camera's own lock. Key: y * 65536 + x.
+struct LayerDistanceSlot {
+    std::mutex lock;
+    std::map<std::uint32_t, std::vector<float>> distances;
+};
+using LayerDistanceSlots = std::array<LayerDistanceSlot, 256>;
 
 // The one process-wide session. There is no handle and no lock: one host thread configures it while no
 // render thread is inside the library, and render threads only read it (apart from the per-pixel counters).
@@ -65,11 +78,13 @@ struct HolvaneContext {
     std::vector<std::uint16_t> sampleIndexCounters;
     std::vector<std::uint16_t> rayCounters;
     std::vector<std::uint16_t> hitCounters;
-    std::vector<std::vector<std::bitset<256>>> cameraPixelCoverage;  // [x][y], bit c: camera c done
-    // reservedLayerSlots, layerDistanceSlots (detection subsystem)
+    std::vector<std::vector<CoverageSet>> cameraPixelCoverage;  // [x][y], bit c: camera c done
+    // The twin of layerDistanceSlots that nothing but the reset touches, kept for the session's shape.
+    std::vector<std::map<std::uint32_t, std::vector<float>>> reservedLayerSlots;
+    std::unique_ptr<LayerDistanceSlots> layerDistanceSlots;  // detection: made when the phase begins
     std::vector<BinIO::DetectPlaqueInfo> detectPlaques;  // render phase: the detect file's plaques, by pixel
     std::vector<unsigned char> detectExtra;  // render phase: the detect file's completion flags, carried over
-    // buckets (render subsystem)
+    std::vector<Bucket> buckets;  // one per declared thread, made when the phase begins
     BinIO::AovFormat aovFormat;
     Optional<std::int32_t> zovOffsetRight;
     Optional<std::int32_t> zovOffsetTop;

@@ -12,6 +12,15 @@ TavPoint transformPoint(Matrix4 const& m, TavPoint const& p)
     return out;
 }
 
+TavPoint transformDirection(Matrix4 const& m, TavPoint const& d)
+{
+    TavPoint out;
+    out.x = d.x * m.m[0][0] + d.y * m.m[1][0] + d.z * m.m[2][0];
+    out.y = d.x * m.m[0][1] + d.y * m.m[1][1] + d.z * m.m[2][1];
+    out.z = d.x * m.m[0][2] + d.y * m.m[1][2] + d.z * m.m[2][2];
+    return out;
+}
+
 namespace {
 
 typedef double Matrix4d[4][4];

@@ -119,7 +119,7 @@ void prepareDetectTables()
 {
     HolvaneContext& s = session();
     s.cameraPixelCoverage.assign(static_cast<std::size_t>(s.renderingWidth.get()),
-                                 std::vector<std::bitset<256>>(static_cast<std::size_t>(s.renderingHeight.get())));
+                                 std::vector<Internal::CoverageSet>(static_cast<std::size_t>(s.renderingHeight.get())));
     Internal::buildCameraRig();
     Internal::allocatePixelCounters();
 }

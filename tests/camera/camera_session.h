@@ -27,7 +27,7 @@ protected:
         c.renderScale = 1.0f, c.draftMode = false, c.currentBlock = 0ULL;
         c.zovOffsetRight = c.zovOffsetTop = c.zovOffsetBack = 0;
         c.sampleIndexCounters.assign(600 * 400, 0), c.rayCounters.assign(600 * 400, 0);
-        c.cameraPixelCoverage.assign(600, std::vector<std::bitset<256>>(400));
+        c.cameraPixelCoverage.assign(600, std::vector<Holvane::Internal::CoverageSet>(400));
     }
     void TearDown() override { Holvane::Internal::resetSession(); }
     void buildRig()

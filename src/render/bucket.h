@@ -1,0 +1,56 @@
+#ifndef HOLVANE_RENDER_BUCKET_H
+#define HOLVANE_RENDER_BUCKET_H
+
+#include <holvane/binio.h>
+#include <holvane/records.h>
+#include <holvane/rendersample.h>
+
+#include <cstdint>
+#include <map>
+#include <vector>
+
+namespace Holvane {
+namespace Internal {
+
+// The head of a finished pixel result as the spool file and the render memory buffer hold it: 56 bytes,
+// padding included (zero here). The file's 28-byte sample record is made from it at finalisation.
+struct FinishedSampleHead {
+    double z = 0.0;
+    TavPoint normal = {0.0f, 0.0f, 0.0f};
+    TavRGBA color = {0.0f, 0.0f, 0.0f, 0.0f};
+    std::uint32_t x = 0;
+    std::uint32_t y = 0;
+    std::uint32_t cameraIndex = 0;
+    std::uint32_t level = 0;
+    bool isBackFacing = false;
+    std::uint8_t padding[3] = {0, 0, 0};
+};
+static_assert(sizeof(FinishedSampleHead) == 56, "the 56-byte image of a finished sample");
+
+struct FinishedSample {
+    FinishedSampleHead head;
+    std::vector<RenderSample::AOVData> aovs;  // one slot per registered AOV
+};
+
+// The render samples of one pixel, grouped by the host's sample key.
+using PixelSamples = std::map<unsigned long long, std::vector<RenderSample::HvRenderSample>>;
+
+// What one render thread collects for its current region, without a lock.
+struct Bucket {
+    std::vector<BinIO::DetectPlaqueInfo> plaques;  // detection
+    std::vector<FinishedSample> finishedSamples;   // render
+    unsigned long long xMin = 0, yMin = 0, xMax = 0, yMax = 0;  // maxima exclusive
+    unsigned long long capacityX = 0, capacityY = 0;
+    unsigned long long sampleCount = 0;
+    bool active = false;
+    std::vector<std::vector<PixelSamples>> pixels;  // [x - xMin][y - yMin], capacityX by capacityY
+
+    // The spool limit is handed over at creation and not used.
+    Bucket(unsigned long long capacityX, unsigned long long capacityY, BinIO::AovFormat const& format,
+           unsigned long long spoolLimit);
+};
+
+}  // namespace Internal
+}  // namespace Holvane
+
+#endif

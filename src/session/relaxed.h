@@ -1,0 +1,60 @@
+#ifndef HOLVANE_SESSION_RELAXED_H
+#define HOLVANE_SESSION_RELAXED_H
+
+#include <cstddef>
+#include <cstdint>
+#include <stdexcept>
+
+namespace Holvane {
+namespace Internal {
+
+// The per-pixel counters and coverage bits are shared by all render threads without a lock. Two threads
+// racing on one pixel may lose a count or record a plaque twice, which the phase accepts; relaxed atomic
+// operations keep that race defined at the cost of a plain access.
+inline std::uint16_t relaxedLoad(std::uint16_t const& counter)
+{
+    return __atomic_load_n(&counter, __ATOMIC_RELAXED);
+}
+
+inline void relaxedStore(std::uint16_t& counter, std::uint16_t value)
+{
+    __atomic_store_n(&counter, value, __ATOMIC_RELAXED);
+}
+
+// Wraps at 65536 without notice.
+inline void relaxedIncrement(std::uint16_t& counter)
+{
+    __atomic_fetch_add(&counter, std::uint16_t(1), __ATOMIC_RELAXED);
+}
+
+// One bit per rig camera at one pixel: set, the camera already owns an opaque plaque there.
+class CoverageSet {
+public:
+    static constexpr std::size_t kBits = 256;
+
+    bool test(std::size_t bit) const
+    {
+        checkRange(bit);
+        return (__atomic_load_n(&words[bit / 64], __ATOMIC_RELAXED) >> (bit % 64)) & 1u;
+    }
+    void set(std::size_t bit)
+    {
+        checkRange(bit);
+        __atomic_fetch_or(&words[bit / 64], std::uint64_t(1) << (bit % 64), __ATOMIC_RELAXED);
+    }
+    bool none() const { return (words[0] | words[1] | words[2] | words[3]) == 0; }
+
+private:
+    std::uint64_t words[kBits / 64] = {};
+
+    static void checkRange(std::size_t bit)
+    {
+        if (bit >= kBits)  // the text that hosts have always received, the standard bitset's own
+            throw std::out_of_range("invalid bitset<N> position");
+    }
+};
+
+}  // namespace Internal
+}  // namespace Holvane
+
+#endif
