@@ -1,12 +1,13 @@
 # Front door of the project. `make test` installs what is missing, configures, builds and runs every test.
 BUILD_DIR    ?= build/release
 SANITIZE_DIR ?= build/sanitize
+TSAN_DIR     ?= build/tsan
 BENCH_DIR    ?= build/bench
 JOBS         ?= $(shell nproc)
 SUDO         := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 CTEST_FLAGS  := --output-on-failure -j $(JOBS)
 
-.PHONY: all build deps test sanitize test-sanitize bench install clean
+.PHONY: all build deps test sanitize test-sanitize tsan test-tsan bench install clean
 
 all: build
 
@@ -30,6 +31,15 @@ sanitize: deps $(SANITIZE_DIR)/build.ninja
 
 test-sanitize: sanitize
 	cd $(SANITIZE_DIR) && ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1 ctest $(CTEST_FLAGS)
+
+$(TSAN_DIR)/build.ninja: | deps
+	cmake -S . -B $(TSAN_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Release -DHOLVANE_TSAN=ON
+
+tsan: deps $(TSAN_DIR)/build.ninja
+	cmake --build $(TSAN_DIR) -j $(JOBS)
+
+test-tsan: tsan
+	cd $(TSAN_DIR) && TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 ctest $(CTEST_FLAGS)
 
 $(BENCH_DIR)/build.ninja: | deps
 	cmake -S . -B $(BENCH_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Release -DHOLVANE_TESTS=OFF -DHOLVANE_BENCH=ON

@@ -9,7 +9,7 @@ if [ "$(id -u)" -ne 0 ]; then
 fi
 
 packages=(cmake ninja-build g++ make pkg-config libjsoncpp-dev libblosc-dev libgtest-dev libbenchmark-dev
-          libembree-dev libtbb-dev libtinyobjloader-dev libcli11-dev libpng-dev)
+          libembree-dev libtbb-dev libtinyobjloader-dev libcli11-dev libpng-dev locales)
 
 missing=()
 for p in "${packages[@]}"; do
@@ -42,4 +42,12 @@ if ! dpkg-query -W -f='${Status}' libhalf-dev 2>/dev/null | grep -q 'install ok 
   (cd "$work" && apt-get "${opts[@]}" download libhalf-dev >/dev/null)
   dpkg -i "$work"/libhalf-dev_*_all.deb >/dev/null
   rm -rf "$work"
+fi
+
+# The numeric-locale guard of the file writers is tested under a locale with a decimal comma.
+if ! locale -a 2>/dev/null | grep -qi '^de_DE\.utf-\?8$'; then
+  echo "install-deps.sh: generating the de_DE.UTF-8 locale"
+  sed -i 's/^# *\(de_DE\.UTF-8 UTF-8\)/\1/' /etc/locale.gen
+  grep -q '^de_DE.UTF-8 UTF-8' /etc/locale.gen || echo 'de_DE.UTF-8 UTF-8' >> /etc/locale.gen
+  locale-gen >/dev/null
 fi

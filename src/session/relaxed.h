@@ -42,6 +42,14 @@ public:
         checkRange(bit);
         __atomic_fetch_or(&words[bit / 64], std::uint64_t(1) << (bit % 64), __ATOMIC_RELAXED);
     }
+    // Sets the bit and answers whether it was set before, in one step: two threads that found one pixel at
+    // once can't both see it clear.
+    bool testAndSet(std::size_t bit)
+    {
+        checkRange(bit);
+        std::uint64_t const mask = std::uint64_t(1) << (bit % 64);
+        return (__atomic_fetch_or(&words[bit / 64], mask, __ATOMIC_RELAXED) & mask) != 0;
+    }
     bool none() const { return (words[0] | words[1] | words[2] | words[3]) == 0; }
 
 private:
