@@ -1,4 +1,5 @@
-# Front door of the project. `make test` installs what is missing, configures, builds and runs every test.
+# Front door of the project. `make run` installs what is missing, builds and runs hlvtrace, the reference host,
+# on its built-in scene; `make test` configures, builds and runs every test.
 BUILD_DIR    ?= build/release
 SANITIZE_DIR ?= build/sanitize
 TSAN_DIR     ?= build/tsan
@@ -6,8 +7,9 @@ BENCH_DIR    ?= build/bench
 JOBS         ?= $(shell nproc)
 SUDO         := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 CTEST_FLAGS  := --output-on-failure -j $(JOBS)
+ARGS         ?=
 
-.PHONY: all build deps test sanitize test-sanitize tsan test-tsan bench install clean
+.PHONY: all build deps run test sanitize test-sanitize tsan test-tsan bench install clean
 
 all: build
 
@@ -19,6 +21,11 @@ $(BUILD_DIR)/build.ninja: | deps
 
 build: deps $(BUILD_DIR)/build.ninja
 	cmake --build $(BUILD_DIR) -j $(JOBS)
+
+# ARGS adds options of hlvtrace, e.g. make run ARGS="--width 624 --scene my.obj".
+run: deps $(BUILD_DIR)/build.ninja
+	cmake --build $(BUILD_DIR) -j $(JOBS) --target hlvtrace
+	$(BUILD_DIR)/tools/hlvtrace/hlvtrace --out out $(ARGS)
 
 test: build
 	cd $(BUILD_DIR) && ctest $(CTEST_FLAGS)

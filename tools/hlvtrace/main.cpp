@@ -36,11 +36,13 @@ Scene loadScene(Options const& options)
     return scene;
 }
 
-// The plaque count of the file the library wrote; the file must read back.
+// The plaque count of the file the library wrote; the file must be there and its header must read back (the
+// reader takes a missing file for an empty one).
 std::uint64_t readBackPlaques(std::string const& path, std::string const& finalPath, LibraryLog const& log)
 {
     Holvane::BinIO::header_v09 header;
-    if (Holvane::BinIO::hlvReader_v9(path.c_str(), header) != Holvane::BinIO::READER_OK) {
+    if (!Holvane::BinIO::isHlvRender(path.c_str()) ||
+        Holvane::BinIO::hlvReader_v9(path.c_str(), header) != Holvane::BinIO::READER_OK) {
         std::string said = log.lastError();
         throw InputError(finalPath, "the library did not write it" + (said.empty() ? "" : ": " + said));
     }

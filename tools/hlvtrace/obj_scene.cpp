@@ -56,12 +56,13 @@ void copyMaterials(std::vector<tinyobj::material_t> const& materials, Scene& sce
         scene.addMaterial(material.name, {material.diffuse[0], material.diffuse[1], material.diffuse[2]});
 }
 
-std::uint32_t cornerIndex(std::string const& path, tinyobj::shape_t const& shape, tinyobj::index_t index,
-                          Scene const& scene)
+std::uint32_t cornerIndex(std::string const& path, tinyobj::index_t index, Scene const& scene)
 {
     int v = index.vertex_index;
-    if (v < 0 || std::size_t(v) >= scene.vertices.size())
-        throw InputError(path, "a face of '" + shape.name + "' refers to vertex " + std::to_string(v + 1) + " of " +
+    if (v < 0)
+        throw InputError(path, "a face refers to a vertex before the first one");
+    if (std::size_t(v) >= scene.vertices.size())
+        throw InputError(path, "a face refers to vertex " + std::to_string(v + 1) + " but the file has " +
                                    std::to_string(scene.vertices.size()));
     return std::uint32_t(v);
 }
@@ -73,10 +74,10 @@ void copyTriangles(std::string const& path, tinyobj::shape_t const& shape, Scene
     for (std::size_t face = 0; face < shape.mesh.num_face_vertices.size(); ++face) {
         std::size_t corners = shape.mesh.num_face_vertices[face];
         if (corners != 3 || offset + 3 > indices.size())
-            throw InputError(path, "a face of '" + shape.name + "' has " + std::to_string(corners) + " corners");
-        std::uint32_t a = cornerIndex(path, shape, indices[offset], scene);
-        std::uint32_t b = cornerIndex(path, shape, indices[offset + 1], scene);
-        std::uint32_t c = cornerIndex(path, shape, indices[offset + 2], scene);
+            throw InputError(path, "a face has " + std::to_string(corners) + " corners");
+        std::uint32_t a = cornerIndex(path, indices[offset], scene);
+        std::uint32_t b = cornerIndex(path, indices[offset + 1], scene);
+        std::uint32_t c = cornerIndex(path, indices[offset + 2], scene);
         offset += corners;
         int material = face < shape.mesh.material_ids.size() ? shape.mesh.material_ids[face] : -1;
         bool known = material >= 0 && std::uint32_t(material) < grey;
