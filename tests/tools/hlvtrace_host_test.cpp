@@ -9,6 +9,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -165,7 +167,7 @@ TEST(Hlvtrace, BuiltInRoomGivesADetectFileWhosePlaquesLieOnTheScene)
 {
     SKIP_WITHOUT_HLVTRACE();
     TempDir dir;
-    ToolRun run = runHlvtrace(dir, "--json --threads 2 --out " + dir / "out");
+    ToolRun run = runHlvtrace(dir, "--json --cameras 16 --threads 2 --out " + dir / "out");
     ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(filesIn(dir / "out").size(), 2u);
     DetectFile file = readDetect(dir / "out/scene.hlvDetect");
@@ -179,7 +181,11 @@ TEST(Hlvtrace, BuiltInRoomGivesADetectFileWhosePlaquesLieOnTheScene)
     EXPECT_FLOAT_EQ(header.zov_distance_to_ground, 1.6f);
     EXPECT_FLOAT_EQ(header.CamToWorld[13] / header.globalScale, 1.6f);  // the box's centre, in its row
     ASSERT_EQ(header.cameras.locations.size(), 256u);
-    EXPECT_FLOAT_EQ(header.cameras.locations[0].x, 0.5f);  // a corner of the 1 m box, in scene units
+    float reach = 0.0f;  // the rig stands on the 1 m box, in scene units (metres), around its centre camera
+    for (TavPoint const& c : header.cameras.locations)
+        reach = std::max({reach, std::fabs(c.x), std::fabs(c.y), std::fabs(c.z)});
+    EXPECT_FLOAT_EQ(reach, 0.5f);
+    EXPECT_EQ(header.cameras.locations[146].x, 0.0f);
     EXPECT_EQ(header.fillHoleCount, file.data.fillHoles.size());
     EXPECT_GT(file.data.fillHoles.size(), 312u * 208u);
     EXPECT_EQ(jsonNumber(run.out, "plaques"), double(file.data.fillHoles.size()));
@@ -194,8 +200,8 @@ TEST(Hlvtrace, OneThreadWritesTheSameBytesTwice)
 {
     SKIP_WITHOUT_HLVTRACE();
     TempDir dir;
-    ASSERT_EQ(runHlvtrace(dir, "--threads 1 --out " + dir / "a").status, 0);
-    ASSERT_EQ(runHlvtrace(dir, "--threads 1 --out " + dir / "b").status, 0);
+    ASSERT_EQ(runHlvtrace(dir, "--cameras 8 --threads 1 --out " + dir / "a").status, 0);
+    ASSERT_EQ(runHlvtrace(dir, "--cameras 8 --threads 1 --out " + dir / "b").status, 0);
     std::string a = readText(dir / "a/scene.hlvDetect"), b = readText(dir / "b/scene.hlvDetect");
     EXPECT_GT(a.size(), 1000u);
     EXPECT_TRUE(a == b);
@@ -213,17 +219,17 @@ char const* const cubeInARoom =
     "f 9 10 11 12\nf 9 13 14 10\nf 10 14 15 11\nf 11 15 16 12\nf 12 16 13 9\n"
     "usemtl nowhere\nf 13 16 15 14\n";
 
-// An OBJ scene with its MTL colours: the default box stands in the middle at half the room's height (the
-// room is lower than 3.2 m), 1 m on a side, and the plaques lie on the room and the cube.
+// An OBJ scene with its MTL colours: the default box, 1 m on a side, stands in the middle of the room at eye
+// height, and the plaques lie on the room and the cube.
 TEST(Hlvtrace, ObjCubeInARoom)
 {
     SKIP_WITHOUT_HLVTRACE();
     TempDir dir;
     writeText(dir / "room.obj", cubeInARoom);
     writeText(dir / "room.mtl", "newmtl wall\nKd 0.8 0.8 0.7\nnewmtl red\nKd 0.9 0.1 0.1\n");
-    ToolRun run = runHlvtrace(dir, "--json --scene " + dir / "room.obj" + " --out " + dir / "out");
+    ToolRun run = runHlvtrace(dir, "--json --cameras 16 --scene " + dir / "room.obj" + " --out " + dir / "out");
     ASSERT_EQ(run.status, 0) << run.err;
-    EXPECT_NE(run.out.find("\"boxCenter\": [0, 1.5, 0], \"boxSize\": [1, 1, 1]"), std::string::npos) << run.out;
+    EXPECT_NE(run.out.find("\"boxCenter\": [0, 1.6, 0], \"boxSize\": [1, 1, 1]"), std::string::npos) << run.out;
     EXPECT_EQ(jsonNumber(run.out, "triangles"), 24.0);
 
     std::vector<std::string> warnings;
@@ -275,6 +281,7 @@ TEST(Hlvtrace, RefusesBadOptions)
         {"--width 320", "multiple of 24 from 312 to 6000"},
         {"--width 6024", "multiple of 24 from 312 to 6000"},
         {"--threads 0", "--threads"},
+        {"--cameras 12", "--cameras"},
         {"--box-size 0", "the box holds no space"},
         {"--box-size 1,-1,1", "the box holds no space"},
         {"--box-size 1,2", "expects X,Y,Z or one number"},

@@ -8,17 +8,16 @@
 
 namespace hlvtrace {
 
-DebugImage::DebugImage(unsigned width, unsigned height) : w(width), h(height), sums(std::size_t(width) * height) {}
+DebugImage::DebugImage(unsigned width, unsigned height)
+    : w(width), h(height), colours(std::size_t(width) * height, TavRGBA{0.0f, 0.0f, 0.0f, 0.0f})
+{
+}
 
 void DebugImage::paint(unsigned x, unsigned y, TavRGBA const& colour)
 {
-    if (colour.a <= 0.0f || colour.r + colour.g + colour.b <= 0.0f)
+    if (colour.a <= 0.0f || colour.r + colour.g + colour.b <= 0.0f || painted(x, y))
         return;
-    Sum& sum = sums[std::size_t(y) * w + x];
-    sum.r += colour.r;
-    sum.g += colour.g;
-    sum.b += colour.b;
-    sum.count += 1;
+    colours[std::size_t(y) * w + x] = colour;
 }
 
 namespace {
@@ -33,12 +32,11 @@ std::uint8_t byte(float value)
 std::vector<std::uint8_t> DebugImage::rgb() const
 {
     std::vector<std::uint8_t> out;
-    out.reserve(sums.size() * 3);
-    for (Sum const& sum : sums) {
-        float scale = sum.count ? 1.0f / float(sum.count) : 0.0f;
-        out.push_back(byte(sum.r * scale));
-        out.push_back(byte(sum.g * scale));
-        out.push_back(byte(sum.b * scale));
+    out.reserve(colours.size() * 3);
+    for (TavRGBA const& colour : colours) {
+        out.push_back(byte(colour.r));
+        out.push_back(byte(colour.g));
+        out.push_back(byte(colour.b));
     }
     return out;
 }

@@ -1,9 +1,10 @@
 #ifndef HLVTRACE_DEBUG_IMAGE_H
 #define HLVTRACE_DEBUG_IMAGE_H
 
-// The cube image painted with the colours that the library answers for the samples, as a renderer shows
-// them in its frame buffer: each pixel is the mean of the colours painted at it. Each pixel belongs to one
-// tile and so to one thread at a time: painting takes no lock.
+// The cube image painted with the colours that the library answers for the samples: each pixel keeps the
+// first colour painted at it, the hue of the camera that owns the first point any camera saw through that
+// pixel. (The mean over all cameras blurs into a rainbow; the first colour shows the scene's shapes.) Each
+// pixel belongs to one tile and so to one thread at a time: painting takes no lock.
 
 #include <holvane/types.h>
 
@@ -19,18 +20,15 @@ public:
 
     // Colours with alpha 0 (clipped, transparent) and black (refused, already covered) don't paint.
     void paint(unsigned x, unsigned y, TavRGBA const& colour);
+    bool painted(unsigned x, unsigned y) const { return colours[std::size_t(y) * w + x].a > 0.0f; }
 
     std::vector<std::uint8_t> rgb() const;  // 8 bits per channel, rows from the top
     unsigned width() const { return w; }
     unsigned height() const { return h; }
 
 private:
-    struct Sum {
-        float r = 0.0f, g = 0.0f, b = 0.0f;
-        std::uint32_t count = 0;
-    };
     unsigned w, h;
-    std::vector<Sum> sums;
+    std::vector<TavRGBA> colours;  // alpha 0: not painted yet
 };
 
 // Writes an 8-bit RGB picture; false with `problem` set when libpng can't.

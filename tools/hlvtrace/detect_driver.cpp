@@ -80,7 +80,7 @@ DetectionResult runDetection(RayTracer const& tracer, DetectSetup const& setup, 
     beginDetection(setup, log);
     std::vector<std::unique_ptr<Worker>> workers;
     for (unsigned i = 0; i < setup.threads; ++i)
-        workers.push_back(std::make_unique<Worker>(tracer, setup.zone.boxToWorld(), i));
+        workers.push_back(std::make_unique<Worker>(tracer, setup.zone.boxToWorld(), setup.cameraStride, i));
 
     DetectionResult result;
     Clock::time_point start = Clock::now();

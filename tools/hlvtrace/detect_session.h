@@ -18,6 +18,7 @@ struct DetectSetup {
     unsigned width = 312, height = 208;  // the cube image
     unsigned threads = 1;                // one bucket each
     unsigned tileSide = 32;              // buckets are tiles of this side
+    unsigned cameraStride = 1;           // cameras whose index is a multiple of it shoot
     ZoneOfView zone;
     double tolerance = 0.25;
     std::string outFile;  // where HvPhaseTerminate writes the hlvDetect file

@@ -57,6 +57,7 @@ int run(Options const& options)
     setup.width = options.width;
     setup.height = options.height();
     setup.threads = options.threads;
+    setup.cameraStride = 256 / options.cameras;
     setup.tolerance = options.tolerance;
     setup.zone = placeZoneOfView(scene, options);
     OutputFiles files(options.outDir);
@@ -78,6 +79,7 @@ int run(Options const& options)
     report.width = setup.width;
     report.height = setup.height;
     report.threads = setup.threads;
+    report.cameras = options.cameras;
     report.zone = setup.zone;
     report.detectFile = files.detectFile();
     report.pictureFile = files.pictureFile();

@@ -13,6 +13,7 @@ struct Options {
     std::string outDir = "out";
     unsigned width = 312;   // of the cube image; the height is two thirds of it
     unsigned threads = 1;
+    unsigned cameras = 256;  // how many of the rig's cameras shoot, spread evenly; a power of two
     std::optional<Vec3> boxCentre;  // scene units
     std::optional<Vec3> boxSize;    // scene units, along x, y and z
     double scale = 100.0;           // centimetres per scene unit

@@ -56,19 +56,21 @@ void traceCameraRay(Worker& worker, int x, int y, unsigned long long camera, HvC
 
 }  // namespace
 
-Worker::Worker(RayTracer const& rayTracer, Matrix4 const& toWorld, unsigned long long threadIndex)
-    : tracer(rayTracer), boxToWorld(toWorld), index(threadIndex), rayTest{this, traceForLibrary}
+Worker::Worker(RayTracer const& rayTracer, Matrix4 const& toWorld, unsigned stride, unsigned long long threadIndex)
+    : tracer(rayTracer), boxToWorld(toWorld), cameraStride(stride), index(threadIndex), rayTest{this, traceForLibrary}
 {
 }
 
 // The sample index of a detection pixel is a camera; the library stops counting at the last one, 255.
+// Cameras left out by the stride take their index and shoot nothing.
 void samplePixel(Worker& worker, int x, int y, DebugImage& image)
 {
     for (;;) {
         unsigned long long camera = 0;
         Clock::time_point start = Clock::now();
         bool more = Holvane::Camera::HvGetCurrentSampleIndexCount(x, y, camera);
-        HvCameraRay ray = more ? Holvane::Camera::HvGetRayDetectPhase(camera, x + 0.5, y + 0.5) : HvCameraRay{};
+        bool shoots = more && camera % worker.cameraStride == 0;
+        HvCameraRay ray = shoots ? Holvane::Camera::HvGetRayDetectPhase(camera, x + 0.5, y + 0.5) : HvCameraRay{};
         worker.stats.libraryNs += nanosecondsSince(start);
         if (!more)
             return;

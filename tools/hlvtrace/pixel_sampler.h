@@ -13,12 +13,13 @@
 namespace hlvtrace {
 
 struct alignas(64) Worker {
-    Worker(RayTracer const& tracer, Matrix4 const& boxToWorld, unsigned long long index);
+    Worker(RayTracer const& tracer, Matrix4 const& boxToWorld, unsigned cameraStride, unsigned long long index);
     Worker(Worker const&) = delete;
     Worker& operator=(Worker const&) = delete;
 
     RayTracer const& tracer;
     Matrix4 const boxToWorld;
+    unsigned const cameraStride;  // cameras whose index is a multiple of it shoot
     unsigned long long const index;  // the thread's bucket
     Holvane::DetectSample::RayTestInterface rayTest;  // traces with this worker's tracer and counts here
     ThreadStats stats;

@@ -43,7 +43,7 @@ std::string jsonString(std::string const& text)
 std::string jsonVector(Vec3 v)
 {
     char text[96];
-    std::snprintf(text, sizeof text, "[%.9g, %.9g, %.9g]", double(v.x), double(v.y), double(v.z));
+    std::snprintf(text, sizeof text, "[%.7g, %.7g, %.7g]", double(v.x), double(v.y), double(v.z));
     return text;
 }
 
@@ -63,8 +63,8 @@ void printSummary(std::FILE* out, RunReport const& r)
 {
     ThreadStats const& t = r.detection.totals;
     Vec3 c = r.zone.centre, s = r.zone.size;
-    std::fprintf(out, "hlvtrace: %s, %zu triangles; cube image %ux%u; %u thread%s\n", r.scene.c_str(), r.triangles,
-                 r.width, r.height, r.threads, r.threads == 1 ? "" : "s");
+    std::fprintf(out, "hlvtrace: %s, %zu triangles; cube image %ux%u; %u of 256 cameras; %u thread%s\n",
+                 r.scene.c_str(), r.triangles, r.width, r.height, r.cameras, r.threads, r.threads == 1 ? "" : "s");
     std::fprintf(out, "  zone of view  centre (%g, %g, %g), size %g x %g x %g, %g cm per scene unit\n", c.x, c.y,
                  c.z, s.x, s.y, s.z, r.zone.scale);
     std::fprintf(out, "  rays          %s from the cameras (%s hits), %s for the library's probes\n",
@@ -83,13 +83,13 @@ void printJson(std::FILE* out, RunReport const& r)
     ThreadStats const& t = r.detection.totals;
     std::fprintf(out,
                  "{\"scene\": %s, \"triangles\": %zu, \"width\": %u, \"height\": %u, \"threads\": %u, "
-                 "\"boxCenter\": %s, \"boxSize\": %s, \"scale\": %.9g, "
+                 "\"cameras\": %u, \"boxCenter\": %s, \"boxSize\": %s, \"scale\": %.9g, "
                  "\"primaryRays\": %llu, \"hits\": %llu, \"probeRays\": %llu, \"plaques\": %llu, "
                  "\"tracingSeconds\": %.6f, \"finalisingSeconds\": %.6f, \"raysPerSecond\": %.1f, "
                  "\"threadSeconds\": %.6f, \"embreeSeconds\": %.6f, \"librarySeconds\": %.6f, "
                  "\"embreeShare\": %.4f, \"libraryShare\": %.4f, "
                  "\"detectFile\": %s, \"pictureFile\": %s}\n",
-                 jsonString(r.scene).c_str(), r.triangles, r.width, r.height, r.threads,
+                 jsonString(r.scene).c_str(), r.triangles, r.width, r.height, r.threads, r.cameras,
                  jsonVector(r.zone.centre).c_str(), jsonVector(r.zone.size).c_str(), r.zone.scale,
                  static_cast<unsigned long long>(t.primaryRays), static_cast<unsigned long long>(t.hits),
                  static_cast<unsigned long long>(t.probeRays), static_cast<unsigned long long>(r.plaques),

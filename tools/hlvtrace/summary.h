@@ -15,7 +15,7 @@ namespace hlvtrace {
 struct RunReport {
     std::string scene;
     std::size_t triangles = 0;
-    unsigned width = 0, height = 0, threads = 0;
+    unsigned width = 0, height = 0, threads = 0, cameras = 256;
     ZoneOfView zone;
     DetectionResult detection;
     std::uint64_t plaques = 0;  // as the written file counts them

@@ -24,7 +24,7 @@ Vec3 defaultSize(Bounds const& bounds, float metre)
 Vec3 defaultCentre(Bounds const& bounds, float metre)
 {
     Vec3 middle = bounds.centre();
-    float eye = std::min(1.6f * metre, bounds.size().y / 2.0f);
+    float eye = std::min(1.6f * metre, bounds.size().y * 2.0f / 3.0f);
     return {middle.x, bounds.min.y + eye, middle.z};
 }
 

@@ -22,7 +22,7 @@ struct ZoneOfView {
 };
 
 // The box of the options, or by default a box of 1 m (at most a third of the scene's smallest side) at
-// eye height, 1.6 m above the scene's lowest point (at most half-way up), in the middle of the scene.
+// eye height, 1.6 m above the scene's lowest point (at most two thirds of the way up), in the middle of the scene.
 // Throws InputError when the scene is flat and no box size is given, so that the box would hold no space.
 ZoneOfView placeZoneOfView(Scene const& scene, Options const& options);
 
