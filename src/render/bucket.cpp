@@ -1,6 +1,7 @@
 #include "render/bucket.h"
 
 #include "session/misuse.h"
+#include "session/relaxed.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -62,7 +63,24 @@ void Bucket::clear()
 void Bucket::reset()
 {
     clear();
-    active = false;
+    relaxedStore(active, false);
+}
+
+void Bucket::setRegion(unsigned long long newXMin, unsigned long long newYMin, unsigned long long newXMax,
+                       unsigned long long newYMax)
+{
+    relaxedStore(xMin, newXMin);
+    relaxedStore(yMin, newYMin);
+    relaxedStore(xMax, newXMax);
+    relaxedStore(yMax, newYMax);
+    relaxedStore(active, true);
+}
+
+bool Bucket::holdsRegion(unsigned long long x0, unsigned long long y0, unsigned long long x1,
+                         unsigned long long y1) const
+{
+    return relaxedLoad(active) && relaxedLoad(xMin) == x0 && relaxedLoad(yMin) == y0 && relaxedLoad(xMax) == x1 &&
+           relaxedLoad(yMax) == y1;
 }
 
 PixelSamples& Bucket::pixel(unsigned long long x, unsigned long long y)

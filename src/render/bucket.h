@@ -45,7 +45,9 @@ RenderSample::AOVData const* aovSlots(FinishedSample const& sample, std::size_t 
 // The render samples of one pixel, grouped by the host's sample key.
 using PixelSamples = std::map<unsigned long long, std::vector<RenderSample::HvRenderSample>>;
 
-// What one render thread collects for its current region, without a lock.
+// What one render thread collects for its current region, without a lock. Other threads may search the
+// buckets by region at any time: the region and `active` change only through setRegion() and reset(), with
+// relaxed atomic stores.
 struct Bucket {
     std::vector<BinIO::DetectPlaqueInfo> plaques;  // detection
     std::vector<FinishedSample> finishedSamples;   // render
@@ -68,6 +70,12 @@ struct Bucket {
     // (keeping their room), and zeroes the sample count. Reset also ends the region.
     void clear();
     void reset();
+
+    // Starts a region: the four bounds, then `active`.
+    void setRegion(unsigned long long xMin, unsigned long long yMin, unsigned long long xMax, unsigned long long yMax);
+    // Whether the bucket is active on exactly this region, read as a searching thread may.
+    bool holdsRegion(unsigned long long xMin, unsigned long long yMin, unsigned long long xMax,
+                     unsigned long long yMax) const;
 
     // The samples of pixel (x, y) of the image. Throws after a TRACE line when the pixel lies outside the
     // region, or outside the grid of capacityX x capacityY that the region was promised to fit.

@@ -46,11 +46,9 @@ long long findBucketByRegion(int xMin, int yMin, int xMax, int yMax)
 {
     std::vector<Bucket> const& buckets = session().buckets;
     for (std::size_t i = 0; i < buckets.size(); ++i) {
-        Bucket const& b = buckets[i];
         // Negative coordinates widen to the same values that HvInitBucket stored.
-        if (b.active && b.xMin == static_cast<unsigned long long>(xMin) &&
-            b.yMin == static_cast<unsigned long long>(yMin) && b.xMax == static_cast<unsigned long long>(xMax) &&
-            b.yMax == static_cast<unsigned long long>(yMax))
+        if (buckets[i].holdsRegion(static_cast<unsigned long long>(xMin), static_cast<unsigned long long>(yMin),
+                                   static_cast<unsigned long long>(xMax), static_cast<unsigned long long>(yMax)))
             return static_cast<long long>(i);
     }
     return -1;
@@ -100,11 +98,8 @@ void HvInitBucket(unsigned long long const& threadId, int const& xMin, int const
             "There was still samples in the bucket when the bucket was initialized. %d samples lost.\n",
             int(bucket.sampleCount));
     bucket.clear();
-    bucket.xMin = static_cast<unsigned long long>(xMin);
-    bucket.yMin = static_cast<unsigned long long>(yMin);
-    bucket.xMax = static_cast<unsigned long long>(xMax);
-    bucket.yMax = static_cast<unsigned long long>(yMax);
-    bucket.active = true;
+    bucket.setRegion(static_cast<unsigned long long>(xMin), static_cast<unsigned long long>(yMin),
+                     static_cast<unsigned long long>(xMax), static_cast<unsigned long long>(yMax));
 }
 
 int HvProcessBucketGetBufferSize(unsigned long long const& threadId)
