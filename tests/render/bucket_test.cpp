@@ -15,6 +15,7 @@
 using namespace Holvane::BinIO;
 using Holvane::Phase::PHASE_DETECT;
 using Holvane::Phase::PHASE_RENDER;
+using HolvaneTest::addPlaques;
 using HolvaneTest::Bucket;
 using HolvaneTest::DetectPlaqueInfo;
 using HolvaneTest::FinishedSample;

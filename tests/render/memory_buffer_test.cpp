@@ -12,6 +12,7 @@ using namespace Holvane::BinIO;
 using Holvane::Internal::MemoryFooter;
 using Holvane::Phase::PHASE_DETECT;
 using Holvane::Phase::PHASE_RENDER;
+using HolvaneTest::addPlaques;
 using HolvaneTest::Bucket;
 using HolvaneTest::FinishedSample;
 using HolvaneTest::Lines;

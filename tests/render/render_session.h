@@ -39,6 +39,13 @@ inline bool samePlaque(DetectPlaqueInfo const& a, DetectPlaqueInfo const& b)
            a.normal.y == b.normal.y && a.normal.z == b.normal.z;
 }
 
+// Appends plaques first .. first + count - 1 as the sample processing does.
+inline void addPlaques(Bucket& bucket, int first, int count)
+{
+    for (int i = first; i < first + count; ++i)
+        bucket.plaques.push_back(plaque(i)), ++bucket.sampleCount;
+}
+
 class RenderSession : public ::testing::Test {
 protected:
     LogCapture log;
@@ -57,13 +64,6 @@ protected:
         c.spoolFile = std::tmpfile(), c.spoolSampleCount = 0;
         for (unsigned i = 0; i < threads; ++i)
             c.buckets.emplace_back(4, 4, c.aovFormat, 0);
-    }
-
-    // Appends plaques first .. first + count - 1 as the sample processing does.
-    static void addPlaques(Bucket& bucket, int first, int count)
-    {
-        for (int i = first; i < first + count; ++i)
-            bucket.plaques.push_back(plaque(i)), ++bucket.sampleCount;
     }
 
     // Everything spooled so far.
