@@ -122,11 +122,8 @@ void applyPixelMask(MemoryFooter const& footer, unsigned char const* mask)
 
 void spoolDetectPayload(unsigned char const* payload, MemoryFooter const& footer)
 {
-    if (footer.itemCount > 0) {
-        std::vector<DetectPlaqueInfo> plaques(footer.itemCount);
-        std::memcpy(plaques.data(), payload, plaques.size() * kPlaqueSize);
-        spoolPlaques(plaques.data(), plaques.size());
-    }
+    if (footer.itemCount > 0)
+        spoolPlaques(payload, footer.itemCount);  // the records go to the spool as they lie
     if (footer.hasPixelMask && footer.regionPixelCount() > 0)
         applyPixelMask(footer, payload + std::size_t(footer.itemCount) * kPlaqueSize);
 }

@@ -38,7 +38,7 @@ std::mutex& spoolLock()
     return g_spoolLock;
 }
 
-void spoolPlaques(BinIO::DetectPlaqueInfo const* plaques, std::size_t count)
+void spoolPlaques(void const* plaques, std::size_t count)
 {
     std::lock_guard<std::mutex> lock(g_spoolLock);
     std::FILE* const spool = openSpoolOrWarn();

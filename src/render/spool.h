@@ -19,8 +19,9 @@ namespace Internal {
 std::mutex& spoolLock();
 
 // Each appends under the lock and adds to spoolSampleCount. When the spool has already been taken the data is
-// dropped; the first time per phase kind, with a WARNING.
-void spoolPlaques(BinIO::DetectPlaqueInfo const* plaques, std::size_t count);
+// dropped; the first time per phase kind, with a WARNING. The plaques are `count` records of 28 bytes in their
+// memory form, at any alignment (a host's memory buffer holds them unaligned).
+void spoolPlaques(void const* plaques, std::size_t count);
 void spoolFinishedSamples(std::vector<FinishedSample> const& samples);
 
 }  // namespace Internal
