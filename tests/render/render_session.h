@@ -21,6 +21,11 @@ using Holvane::Internal::Bucket;
 using Holvane::Internal::FinishedSample;
 using Lines = std::vector<std::string>;
 
+inline std::string bytesOf(void const* data, std::size_t size)
+{
+    return std::string(static_cast<char const*>(data), size);
+}
+
 // A plaque whose every field tells it apart from plaque i + 1.
 inline DetectPlaqueInfo plaque(int i)
 {
@@ -78,11 +83,6 @@ protected:
             bytes.append(chunk, n);
         std::fseek(spool, 0, SEEK_END);
         return bytes;
-    }
-
-    static std::string bytesOf(void const* data, std::size_t size)
-    {
-        return std::string(static_cast<char const*>(data), size);
     }
 };
 
