@@ -39,8 +39,7 @@ RenderSample::AOVData const* aovSlots(FinishedSample const& sample, std::size_t 
     return padding.data();
 }
 
-Bucket::Bucket(unsigned long long capacityX, unsigned long long capacityY, BinIO::AovFormat const&,
-               unsigned long long)
+Bucket::Bucket(unsigned long long capacityX, unsigned long long capacityY, BinIO::AovFormat const&, unsigned long long)
     : xMin(0), yMin(0), xMax(capacityX), yMax(capacityY), capacityX(capacityX), capacityY(capacityY)
 {
     plaques.reserve(capacityX * capacityY * 32);

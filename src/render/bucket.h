@@ -49,8 +49,8 @@ using PixelSamples = std::map<unsigned long long, std::vector<RenderSample::HvRe
 // buckets by region at any time: the region and `active` change only through setRegion() and reset(), with
 // relaxed atomic stores.
 struct Bucket {
-    std::vector<BinIO::DetectPlaqueInfo> plaques;  // detection
-    std::vector<FinishedSample> finishedSamples;   // render
+    std::vector<BinIO::DetectPlaqueInfo> plaques;               // detection
+    std::vector<FinishedSample> finishedSamples;                // render
     unsigned long long xMin = 0, yMin = 0, xMax = 0, yMax = 0;  // maxima exclusive
     unsigned long long capacityX = 0, capacityY = 0;
     unsigned long long sampleCount = 0;

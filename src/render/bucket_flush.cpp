@@ -123,9 +123,10 @@ int HvProcessBucketGetBufferSize(int const& xMin, int const& yMin, int const& xM
 {
     long long const index = Internal::findBucketByRegion(xMin, yMin, xMax, yMax);
     if (index < 0) {
-        HvOutputLogString(Logger::ERROR,
-                          "[Holvane] HvProcessBucketGetBufferSize Failed to get a bucket with coordinates %d %d %d %d.\n",
-                          xMin, yMin, xMax, yMax);
+        HvOutputLogString(
+            Logger::ERROR,
+            "[Holvane] HvProcessBucketGetBufferSize Failed to get a bucket with coordinates %d %d %d %d.\n", xMin, yMin,
+            xMax, yMax);
         return -1;
     }
     return HvProcessBucketGetBufferSize(static_cast<unsigned long long>(index));
@@ -147,9 +148,10 @@ bool HvProcessBucketFlushToFile(int const& xMin, int const& yMin, int const& xMa
     long long const index = Internal::findBucketByRegion(xMin, yMin, xMax, yMax);
     if (index < 0) {
         // two blanks after the bracket, as hosts have always matched it
-        HvOutputLogString(Logger::WARNING,
-                          "[Holvane]  HvProcessBucketFlushToFile Failed to get a bucket with coordinates %d %d %d %d.\n",
-                          xMin, yMin, xMax, yMax);
+        HvOutputLogString(
+            Logger::WARNING,
+            "[Holvane]  HvProcessBucketFlushToFile Failed to get a bucket with coordinates %d %d %d %d.\n", xMin, yMin,
+            xMax, yMax);
         return false;
     }
     return HvProcessBucketFlushToFile(static_cast<unsigned long long>(index));

@@ -159,7 +159,8 @@ bool Finalise()
     std::lock_guard<std::mutex> lock(spoolLock());
     HolvaneContext& s = session();
     if (!s.spoolFile) {
-        HvOutputLogCStr(Logger::WARNING, "Processing temporary file samples while samples have already been processed.");
+        HvOutputLogCStr(Logger::WARNING,
+                        "Processing temporary file samples while samples have already been processed.");
         return false;
     }
     ClosingFile spool(s.spoolFile);

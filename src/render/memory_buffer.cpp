@@ -9,6 +9,7 @@
 #include "session/context.h"
 #include "session/relaxed.h"
 
+#include <algorithm>
 #include <climits>
 #include <cstring>
 
@@ -18,9 +19,9 @@ namespace Internal {
 namespace {
 
 using BinIO::DetectPlaqueInfo;
-using RenderSample::AOVData;
 using Logger::HvOutputLogCStr;
 using Logger::HvOutputLogString;
+using RenderSample::AOVData;
 
 constexpr std::size_t kHeadSize = sizeof(FinishedSampleHead);
 constexpr std::size_t kPlaqueSize = sizeof(DetectPlaqueInfo);
@@ -45,6 +46,13 @@ std::uint16_t get16(unsigned char const* at)
 std::uint32_t get32(unsigned char const* at)
 {
     return get16(at) | (std::uint32_t(get16(at + 2)) << 16);
+}
+
+// The pixels that have both a ray and a hit counter: a mask pixel beyond them has no counters to read or set.
+std::size_t pixelCounterCount()
+{
+    HolvaneContext const& s = session();
+    return std::min(s.hitCounters.size(), s.rayCounters.size());
 }
 
 // ---- Writing a bucket --------------------------------------------------------------------------------------
@@ -75,14 +83,22 @@ void writeDetectPayload(Bucket const& bucket, unsigned char* payload)
     for (unsigned long long y = bucket.yMin; y < bucket.yMax; ++y)
         for (unsigned long long x = bucket.xMin; x < bucket.xMax; ++x) {
             std::size_t i = 0;
-            bool const complete = counterIndex(double(x), double(y), width, s.hitCounters.size(), i) &&
-                                  i < s.rayCounters.size() &&
+            bool const complete = counterIndex(double(x), double(y), width, pixelCounterCount(), i) &&
                                   relaxedLoad(s.hitCounters[i]) == relaxedLoad(s.rayCounters[i]);
             *mask++ = complete ? 1 : 0;
         }
 }
 
 // ---- Reading a buffer -------------------------------------------------------------------------------------
+
+// The bytes of payload that a footer announces before itself, in the form of the running phase.
+unsigned long long announcedPayload(MemoryFooter const& footer)
+{
+    HolvaneContext const& s = session();
+    if (s.phase == Phase::PHASE_RENDER)
+        return footer.itemCount * (kHeadSize + s.aovFormat.sampleSize);
+    return footer.itemCount * kPlaqueSize + (footer.hasPixelMask ? footer.regionPixelCount() : 0);
+}
 
 bool refuseAsTooSmall()
 {
@@ -113,7 +129,7 @@ void applyPixelMask(MemoryFooter const& footer, unsigned char const* mask)
         for (unsigned x = footer.xMin; x < footer.xMax; ++x) {
             unsigned char const byte = *mask++;
             std::size_t i = 0;
-            if (!counterIndex(x, y, width, std::min(s.hitCounters.size(), s.rayCounters.size()), i))
+            if (!counterIndex(x, y, width, pixelCounterCount(), i))
                 continue;
             relaxedStore(s.rayCounters[i], 1);
             relaxedStore(s.hitCounters[i], byte == 1 ? 1 : 0);
@@ -197,8 +213,9 @@ bool HvBucketFlushToMemory(void* buffer, unsigned long long const& size, int con
     unsigned long long const given = buffer ? size : 0;
     if (given < needed) {
         // The payload would land in front of the host's buffer.
-        HvOutputLogString(Logger::ERROR, "[Holvane] HvBucketFlushToMemory buffer of %llu bytes is too small, %llu needed.\n",
-                          given, needed);
+        HvOutputLogString(Logger::ERROR,
+                          "[Holvane] HvBucketFlushToMemory buffer of %llu bytes is too small, %llu needed.\n", given,
+                          needed);
         return false;
     }
 
@@ -236,22 +253,17 @@ bool HvFlushMemoryBufferToFile(void const* buffer, unsigned long long const& siz
         HvOutputLogString(Logger::ERROR, "[Holvane] Memory buffer version mismatch.\n");
         return false;
     }
-    HolvaneContext const& s = session();
-    unsigned long long const room = size - Internal::kFooterSize;
-    if (s.phase == Phase::PHASE_RENDER) {
-        if (footer.itemCount == 0)
-            return true;
-        unsigned long long const length = footer.itemCount * (sizeof(Internal::FinishedSampleHead) + s.aovFormat.sampleSize);
-        if (length > room)
-            return Internal::refuseAsTooSmall();
+    Phase::Phase const phase = session().phase;
+    if ((phase != Phase::PHASE_RENDER && phase != Phase::PHASE_DETECT) ||
+        (phase == Phase::PHASE_RENDER && footer.itemCount == 0))
+        return true;
+    unsigned long long const length = Internal::announcedPayload(footer);
+    if (length > size - Internal::kFooterSize)
+        return Internal::refuseAsTooSmall();
+    if (phase == Phase::PHASE_RENDER)
         Internal::spoolRenderPayload(end - length, footer.itemCount);
-    } else if (s.phase == Phase::PHASE_DETECT) {
-        unsigned long long const length =
-            footer.itemCount * sizeof(DetectPlaqueInfo) + (footer.hasPixelMask ? footer.regionPixelCount() : 0);
-        if (length > room)
-            return Internal::refuseAsTooSmall();
+    else
         Internal::spoolDetectPayload(end - length, footer);
-    }
     return true;
 }
 

@@ -57,7 +57,8 @@ TEST_F(Buckets, PixelAccessAnswersTheRegionsPixelAndRefusesOthers)
 TEST_F(Buckets, SearchByRegionTakesTheLowestActiveIndex)
 {
     begin(PHASE_DETECT, 4);
-    HvInitBucket(0, 0, 0, 4, 4), HvInitBucket(1, 4, 0, 8, 4), HvInitBucket(2, -4, -2, 0, 2), HvInitBucket(3, 4, 0, 8, 4);
+    HvInitBucket(0, 0, 0, 4, 4), HvInitBucket(1, 4, 0, 8, 4);
+    HvInitBucket(2, -4, -2, 0, 2), HvInitBucket(3, 4, 0, 8, 4);
     EXPECT_EQ(Holvane::Internal::findBucketByRegion(4, 0, 8, 4), 1);
     s().buckets[1].active = false;
     EXPECT_EQ(Holvane::Internal::findBucketByRegion(4, 0, 8, 4), 3);
