@@ -18,17 +18,14 @@ std::mutex g_spoolLock;
 std::atomic<bool> g_lateDetectFlushWarned{false};
 std::atomic<bool> g_lateRenderFlushWarned{false};
 
-// The open spool, or null after a WARNING (once per phase kind) when it has already been taken.
-std::FILE* openSpoolOrWarn()
+// The open spool, or null when it has already been taken: the first time for each kind of data, with a WARNING.
+std::FILE* openSpoolOrWarn(std::atomic<bool>& warned)
 {
-    HolvaneContext const& s = session();
-    if (!s.spoolFile) {
-        std::atomic<bool>& warned = s.phase == Phase::PHASE_DETECT ? g_lateDetectFlushWarned : g_lateRenderFlushWarned;
-        if (!warned.exchange(true))
-            Logger::HvOutputLogCStr(Logger::WARNING,
-                                    "Flushing temporary file samples while samples have already been processed.");
-    }
-    return s.spoolFile;
+    std::FILE* const spool = session().spoolFile;
+    if (!spool && !warned.exchange(true))
+        Logger::HvOutputLogCStr(Logger::WARNING,
+                                "Flushing temporary file samples while samples have already been processed.");
+    return spool;
 }
 
 }  // namespace
@@ -41,7 +38,7 @@ std::mutex& spoolLock()
 void spoolPlaques(void const* plaques, std::size_t count)
 {
     std::lock_guard<std::mutex> lock(g_spoolLock);
-    std::FILE* const spool = openSpoolOrWarn();
+    std::FILE* const spool = openSpoolOrWarn(g_lateDetectFlushWarned);
     if (!spool || count == 0)
         return;
     std::fwrite(plaques, sizeof(BinIO::DetectPlaqueInfo), count, spool);  // one write for the whole group
@@ -51,7 +48,7 @@ void spoolPlaques(void const* plaques, std::size_t count)
 void spoolFinishedSamples(std::vector<FinishedSample> const& samples)
 {
     std::lock_guard<std::mutex> lock(g_spoolLock);
-    std::FILE* const spool = openSpoolOrWarn();
+    std::FILE* const spool = openSpoolOrWarn(g_lateRenderFlushWarned);
     if (!spool)
         return;
     HolvaneContext& s = session();
