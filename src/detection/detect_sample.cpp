@@ -4,6 +4,7 @@
 #include "camera/camera_rig.h"
 #include "camera/sampling.h"
 #include "camera/vector_math.h"
+#include "detection/camera_hue.h"
 #include "detection/plaque_builder.h"
 #include "detection/probes.h"
 #include "session/context.h"
@@ -68,30 +69,6 @@ bool cameraSwitchedOn(HolvaneContext const& s, unsigned long long camera)
     return camera < Internal::completeCameraCount(rig) && !(rig.cameraWeights[camera] < 0.0f);
 }
 
-// The debug colour of a camera: its index as a hue in degrees, at full saturation and value.
-TavRGBA cameraHue(unsigned camera)
-{
-    double const hue = camera >= 360 ? 0.0 : static_cast<double>(camera);  // a one-byte index never wraps
-    float const sixths = static_cast<float>(hue / 60.0);
-    int const sextant = static_cast<int>(sixths);
-    float const f = sixths - static_cast<float>(sextant);
-    float const q = 1.0f - f;
-    switch (sextant) {
-    case 0:
-        return {1.0f, f, 0.0f, 1.0f};
-    case 1:
-        return {q, 1.0f, 0.0f, 1.0f};
-    case 2:
-        return {0.0f, 1.0f, f, 1.0f};
-    case 3:
-        return {0.0f, q, 1.0f, 1.0f};
-    case 4:
-        return {f, 0.0f, 1.0f, 1.0f};
-    default:
-        return {1.0f, 0.0f, q, 1.0f};
-    }
-}
-
 void record(Bucket& bucket, DetectPlaqueInfo const& plaque)
 {
     bucket.plaques.push_back(plaque);
@@ -152,7 +129,7 @@ TavRGBA processOpaque(HolvaneContext& s, RayTestInterface const& tracer, HvDetec
     // An extrapolated plaque stands on the sample's plane, not on a hit: it claims no pixel.
     if (plaque.isExtrapolated || claimPixel(s, plaque))
         record(bucket, plaque);
-    return cameraHue(plaque.cameraIndex);
+    return Internal::cameraHue(plaque.cameraIndex);
 }
 
 TavRGBA processTransparent(HolvaneContext& s, RayTestInterface const& tracer, HvDetectSample const& sample,
@@ -175,7 +152,7 @@ TavRGBA processHair(HolvaneContext& s, RayTestInterface const& tracer, HvDetectS
     DetectPlaqueInfo const plaque = Internal::castHairProbe(tracer, sample.position, sample.normal, provisional);
     if (acceptLayer(s, plaque))
         record(bucket, plaque);
-    return cameraHue(plaque.cameraIndex);  // painted even when the layer was known
+    return Internal::cameraHue(plaque.cameraIndex);  // painted even when the layer was known
 }
 
 }  // namespace
