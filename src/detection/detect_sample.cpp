@@ -52,8 +52,8 @@ bool keptByClipSphere(HolvaneContext const& s, TavPoint const& position)
     return !s.clipEnabled || Internal::clipKeepsPoint(position, s.clipCenterWorld, s.clipRadius, s.clipInverted);
 }
 
-// Opaque hits of the passes that shoot opaque rays count at their pixel, so that a flush can tell the pixels
-// whose every ray found something.
+// Every hit but a transparent one counts at its pixel, outside the transparent pass, so that a flush can tell
+// the pixels whose every ray found something.
 void countHit(HolvaneContext& s, HvDetectSample const& sample)
 {
     if (sample.isTransparent || s.transparencyMode.get() == Phase::TRANSP)
