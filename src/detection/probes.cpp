@@ -46,18 +46,19 @@ unsigned cameraOf(CameraCandidate const& c)
 
 // The two heap orders, each telling whether `a` ranks below `b`, so that the best candidate is on top.
 // Facing order: the front-facing side first, then the larger absolute metric.
-bool facingBelow(CameraCandidate const& a, CameraCandidate const& b)
-{
-    if (isFrontFacing(a) != isFrontFacing(b))
-        return isFrontFacing(b);
-    return std::fabs(a.metric) < std::fabs(b.metric);
-}
+struct FacingOrder {
+    bool operator()(CameraCandidate const& a, CameraCandidate const& b) const
+    {
+        if (isFrontFacing(a) != isFrontFacing(b))
+            return isFrontFacing(b);
+        return std::fabs(a.metric) < std::fabs(b.metric);
+    }
+};
 
 // Weight order: the smaller weight first.
-bool weightBelow(CameraCandidate const& a, CameraCandidate const& b)
-{
-    return weightOf(a) > weightOf(b);
-}
+struct WeightOrder {
+    bool operator()(CameraCandidate const& a, CameraCandidate const& b) const { return weightOf(a) > weightOf(b); }
+};
 
 // `toPoint`: from the camera to the point, in the box's frame, like the normal `n`.
 CameraCandidate makeCandidate(unsigned camera, float weight, TavPoint const& toPoint, TavPoint const& n,
@@ -88,17 +89,13 @@ public:
         for (std::size_t c = 0; c < count; ++c)
             items[c] = makeCandidate(static_cast<unsigned>(c), rig.cameraWeights[c], sub(point, rig.cameras[c]), n,
                                      degenerateNormal);
-        std::make_heap(items.begin(), items.begin() + count, below);
+        std::make_heap(items.begin(), items.begin() + count, FacingOrder());
     }
 
     bool empty() const { return count == 0; }
 
     // The best candidate left, which stays in the array just past the heap.
-    CameraCandidate pop()
-    {
-        std::pop_heap(items.begin(), items.begin() + count, below);
-        return items[--count];
-    }
+    CameraCandidate pop() { return byWeight ? popIn(WeightOrder()) : popIn(FacingOrder()); }
 
     // Keeps the cameras about as well placed as the anchor, the first one that `sees` the point, in weight
     // order. The candidates popped before the anchor are dropped although they ranked above it; when no camera
@@ -123,14 +120,21 @@ public:
                 items[kept++] = c;
         }
         count = kept;
-        below = weightBelow;
-        std::make_heap(items.begin(), items.begin() + count, below);
+        byWeight = true;
+        std::make_heap(items.begin(), items.begin() + count, WeightOrder());
     }
 
 private:
     std::array<CameraCandidate, 256> items;  // a plaque's camera index is one byte
     std::size_t count = 0;
-    bool (*below)(CameraCandidate const&, CameraCandidate const&) = facingBelow;
+    bool byWeight = false;
+
+    template <typename Order>
+    CameraCandidate popIn(Order const& order)
+    {
+        std::pop_heap(items.begin(), items.begin() + count, order);
+        return items[--count];
+    }
 };
 
 // What a probe knows of its sample: the hit P with its normal N in world space, P in the box's frame, and the
