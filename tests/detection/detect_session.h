@@ -4,12 +4,12 @@
 #include <holvane/detectsample.h>
 
 #include "camera/camera_session.h"
-#include "render/bucket.h"
 
+#include <array>
 #include <atomic>
 #include <cmath>
 #include <cstring>
-#include <initializer_list>
+#include <tuple>
 #include <vector>
 
 namespace HolvaneTest {
@@ -18,76 +18,67 @@ using Holvane::BinIO::DetectPlaqueInfo;
 using Holvane::DetectSample::HvDetectSample;
 using Holvane::DetectSample::RayTestInterface;
 
-// A scene of planes and spheres, intersected exactly in double; the normal it answers faces the ray. It counts
-// its calls and may be traced from any number of threads at once.
+// Planes (point, unit normal) and spheres (centre, radius), intersected exactly in double; the normal faces the
+// ray. Counts its calls; any number of threads may trace it at once.
 struct Scene {
-    struct Plane {
-        double point[3], normal[3];
-    };
-    struct Sphere {
-        double centre[3], radius;
-    };
-    std::vector<Plane> planes;
-    std::vector<Sphere> spheres;
+    std::vector<std::array<double, 6>> planes;
+    std::vector<std::array<double, 4>> spheres;
     std::atomic<int> calls{0};
 
     RayTestInterface tracer() { return {this, &Scene::trace}; }
 
-    static bool trace(TavPoint const* origin, TavPoint const* direction, double maxDistance, TavPoint* hit, void* self)
+    static bool trace(TavPoint const* o, TavPoint const* d, double maxDistance, TavPoint* hit, void* self)
     {
-        Scene& scene = *static_cast<Scene*>(self);
+        auto& scene = *static_cast<Scene*>(self);
         ++scene.calls;
-        double const o[3] = {origin->x, origin->y, origin->z}, d[3] = {direction->x, direction->y, direction->z};
+        double const dir[3] = {d->x, d->y, d->z}, p[3] = {o->x, o->y, o->z};
         auto dot = [](double const* a, double const* b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; };
-        double best = maxDistance, normal[3] = {0, 0, 0};
+        double best = maxDistance, n[3] = {};
         bool found = false;
-        auto consider = [&](double t, double const* n) {
+        auto consider = [&](double t, double x, double y, double z) {
             if (t > 1e-6 && t <= best)
-                best = t, found = true, std::memcpy(normal, n, sizeof normal);
+                best = t, found = true, n[0] = x, n[1] = y, n[2] = z;
         };
-        for (Plane const& p : scene.planes) {
-            double const w[3] = {p.point[0] - o[0], p.point[1] - o[1], p.point[2] - o[2]};
-            if (std::fabs(dot(p.normal, d)) > 1e-12)
-                consider(dot(w, p.normal) / dot(p.normal, d), p.normal);
+        for (auto const& q : scene.planes) {
+            double const w[3] = {q[0] - p[0], q[1] - p[1], q[2] - p[2]};
+            consider(dot(w, &q[3]) / dot(&q[3], dir), q[3], q[4], q[5]);
         }
-        for (Sphere const& s : scene.spheres) {
-            double const w[3] = {o[0] - s.centre[0], o[1] - s.centre[1], o[2] - s.centre[2]};
-            double const b = dot(w, d), disc = b * b - (dot(w, w) - s.radius * s.radius);
-            for (double t : {-b - std::sqrt(disc), -b + std::sqrt(disc)}) {
-                double const n[3] = {(w[0] + t * d[0]) / s.radius, (w[1] + t * d[1]) / s.radius,
-                                     (w[2] + t * d[2]) / s.radius};
-                if (disc >= 0.0)
-                    consider(t, n);
-            }
+        for (auto const& s : scene.spheres) {
+            double const w[3] = {p[0] - s[0], p[1] - s[1], p[2] - s[2]}, b = dot(w, dir);
+            double const disc = b * b - (dot(w, w) - s[3] * s[3]);
+            for (double t : {-b - std::sqrt(disc), -b + std::sqrt(disc)})
+                if (disc >= 0)
+                    consider(t, w[0] + t * dir[0], w[1] + t * dir[1], w[2] + t * dir[2]);
         }
         if (!found)
             return false;
-        double const facing = dot(normal, d) > 0.0 ? -1.0 : 1.0;
-        hit[0] = {float(o[0] + best * d[0]), float(o[1] + best * d[1]), float(o[2] + best * d[2])};
-        hit[1] = {float(normal[0] * facing), float(normal[1] * facing), float(normal[2] * facing)};
+        double const side = dot(n, dir) > 0 ? -1.0 / std::sqrt(dot(n, n)) : 1.0 / std::sqrt(dot(n, n));
+        hit[0] = {float(p[0] + best * dir[0]), float(p[1] + best * dir[1]), float(p[2] + best * dir[2])};
+        hit[1] = {float(n[0] * side), float(n[1] * side), float(n[2] * side)};
         return true;
     }
 };
 
-inline bool sameBits(float a, float b)
+inline bool sameBits(TavPoint const& a, TavPoint const& b)
 {
     return std::memcmp(&a, &b, sizeof a) == 0;
 }
 
-inline ::testing::AssertionResult samePlaque(DetectPlaqueInfo const& a, DetectPlaqueInfo const& b)
+inline bool samePlaque(DetectPlaqueInfo const& a, DetectPlaqueInfo const& b)
 {
-    if (a.cameraIndex == b.cameraIndex && a.x == b.x && a.y == b.y && a.isExtrapolated == b.isExtrapolated &&
-        a.isHair == b.isHair && a.extraFlag == b.extraFlag && a.level == b.level &&
-        a.isTransparent == b.isTransparent && sameBits(a.distance, b.distance) &&
-        sameBits(a.normal.x, b.normal.x) && sameBits(a.normal.y, b.normal.y) && sameBits(a.normal.z, b.normal.z))
-        return ::testing::AssertionSuccess();
-    auto show = [](DetectPlaqueInfo const& p) {
-        return "{cam " + std::to_string(p.cameraIndex) + " (" + std::to_string(p.x) + "," + std::to_string(p.y) +
-               ") ext " + std::to_string(p.isExtrapolated) + " hair " + std::to_string(p.isHair) + " transp " +
-               std::to_string(p.isTransparent) + " d " + std::to_string(p.distance) + " n " +
-               std::to_string(p.normal.x) + "," + std::to_string(p.normal.y) + "," + std::to_string(p.normal.z) + "}";
+    auto fields = [](DetectPlaqueInfo const& p) {
+        return std::make_tuple(p.cameraIndex, p.x, p.y, p.isExtrapolated, p.isHair, p.extraFlag, p.level,
+                               p.isTransparent, p.distance);
     };
-    return ::testing::AssertionFailure() << show(a) << " != " << show(b);
+    return fields(a) == fields(b) && sameBits(a.normal, b.normal);
+}
+
+inline DetectPlaqueInfo plaqueOf(unsigned camera, int x, int y, float distance, TavPoint normal)
+{
+    DetectPlaqueInfo p;
+    p.cameraIndex = std::uint8_t(camera), p.x = std::uint16_t(x), p.y = std::uint16_t(y);
+    p.distance = distance, p.normal = normal;
+    return p;
 }
 
 inline bool sameColour(TavRGBA const& a, TavRGBA const& b)
@@ -95,8 +86,15 @@ inline bool sameColour(TavRGBA const& a, TavRGBA const& b)
     return a.r == b.r && a.g == b.g && a.b == b.b && a.a == b.a;
 }
 
-// A begun detection phase of a 600 x 400 image with four threads, their buckets and the layer slots, on a rig
-// that each test chooses. Cameras of a test rig see all directions unless their mask says otherwise.
+inline HvDetectSample sampleOf(unsigned long long camera, int x, int y, TavPoint position, TavPoint normal)
+{
+    HvDetectSample sample = {};
+    sample.cameraIndex = camera, sample.x = x, sample.y = y, sample.position = position, sample.normal = normal;
+    return sample;
+}
+
+// A begun detection phase of a 600 x 400 image with four threads, their buckets and the layer slots, on the rig
+// each test chooses: cameras in the box's frame, seeing all directions unless their mask says otherwise.
 class DetectSession : public CameraSession {
 protected:
     struct RigCamera {
@@ -109,50 +107,24 @@ protected:
     {
         CameraSession::SetUp();
         auto& c = s();
-        c.initialized = true;
-        c.threadNumber = 4;
+        c.initialized = true, c.threadNumber = 4;
         c.hitCounters.assign(600 * 400, 0);
         c.layerDistanceSlots = std::make_unique<Holvane::Internal::LayerDistanceSlots>();
-        if (c.buckets.size() < 4)
+        if (c.buckets.size() < 4)  // until the phase start makes them
             c.buckets.assign(4, Holvane::Internal::Bucket(1, 1, c.aovFormat, 0));
     }
-
-    // Cameras in the box's frame; their world positions follow camToWorld as the phase would derive them.
-    void useRig(std::initializer_list<RigCamera> cameras)
+    void useRig(std::vector<RigCamera> const& cameras)
     {
         auto& rig = s().renderingContext.rig;
         rig = {};
-        for (RigCamera const& c : cameras) {
-            rig.cameras.push_back(c.position);
-            rig.cameraWeights.push_back(c.weight);
-            rig.cameraMasks.push_back(c.mask);
-        }
-        Holvane::Internal::buildCameraTables();
+        for (RigCamera const& c : cameras)
+            rig.cameras.push_back(c.position), rig.cameraWeights.push_back(c.weight), rig.cameraMasks.push_back(c.mask);
+        Holvane::Internal::buildCameraTables();  // the world positions through camToWorld
     }
-
     std::vector<DetectPlaqueInfo> const& plaques(std::size_t thread = 0) { return s().buckets[thread].plaques; }
     std::uint16_t hits(int x, int y) { return s().hitCounters[std::size_t(y) * 600 + std::size_t(x)]; }
     bool covered(int x, int y, unsigned camera) { return s().cameraPixelCoverage[x][y].test(camera); }
-
-    // The pixel of `camera` that looks nearest to `point` (box frame), and its exact direction.
-    void pixelTowards(unsigned camera, TavPoint const& point, int& x, int& y, TavPoint* direction = nullptr)
-    {
-        TavPoint const c = s().renderingContext.rig.cameras[camera];
-        TavPoint v = {point.x - c.x, point.y - c.y, point.z - c.z}, u;
-        float const n = std::sqrt(v.x * v.x + v.y * v.y + v.z * v.z);
-        v = {v.x / n, v.y / n, v.z / n};
-        ASSERT_TRUE(Holvane::Camera::getClosestCamDirXY(v, u, x, y));
-        if (direction)
-            *direction = u;
-    }
 };
-
-inline HvDetectSample sampleOf(unsigned long long camera, int x, int y, TavPoint position, TavPoint normal)
-{
-    HvDetectSample sample = {};
-    sample.cameraIndex = camera, sample.x = x, sample.y = y, sample.position = position, sample.normal = normal;
-    return sample;
-}
 
 }  // namespace HolvaneTest
 
