@@ -123,6 +123,7 @@ void prepareDetectTables()
     HolvaneContext& s = session();
     s.cameraPixelCoverage.assign(static_cast<std::size_t>(s.renderingWidth.get()),
                                  std::vector<Internal::CoverageSet>(static_cast<std::size_t>(s.renderingHeight.get())));
+    s.layerDistanceSlots = std::make_unique<Internal::LayerDistanceSlots>();
     Internal::buildCameraRig();
     Internal::allocatePixelCounters();
 }

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <stdexcept>
+#include <vector>
 
 namespace Holvane {
 namespace Internal {
@@ -47,6 +48,13 @@ inline void relaxedStore(unsigned long long& bound, unsigned long long value)
 inline void relaxedIncrement(std::uint16_t& counter)
 {
     __atomic_fetch_add(&counter, std::uint16_t(1), __ATOMIC_RELAXED);
+}
+
+// Counts one at a pixel index; an index that is negative or beyond the counters counts nothing.
+inline void countAt(std::vector<std::uint16_t>& counters, std::int32_t index)
+{
+    if (index >= 0 && static_cast<std::size_t>(index) < counters.size())
+        relaxedIncrement(counters[static_cast<std::size_t>(index)]);
 }
 
 // One bit per rig camera at one pixel: set, the camera already owns an opaque plaque there.

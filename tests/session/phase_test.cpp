@@ -117,6 +117,7 @@ TEST_F(PhaseTest, MissingRequirementsRefuseInOrderThenDefaultsApplyWithWarnings)
     EXPECT_EQ(s.rayCounters.size() + s.sampleIndexCounters.size(), 24u);
     ASSERT_EQ(s.cameraPixelCoverage.size(), 4u);
     EXPECT_EQ(s.cameraPixelCoverage[3].size(), 3u);
+    EXPECT_TRUE(s.layerDistanceSlots);
 }
 
 TEST_F(PhaseTest, DetectionPrintsItsSettingsLineByLine)
