@@ -75,18 +75,13 @@ void record(Bucket& bucket, DetectPlaqueInfo const& plaque)
     ++bucket.sampleCount;
 }
 
-// Claims the plaque's camera at its pixel; false when the camera already owns an opaque plaque there. Test
-// and set are two relaxed steps: two threads on one pixel may both claim it and record a duplicate, which the
-// phase accepts. A pixel outside the coverage grid has no bit and is taken as free, with nothing to mark.
+// Claims the plaque's camera at its pixel; false when the camera already owns an opaque plaque there. The
+// bit is tested and set in one relaxed step, so two threads that found one pixel at once can't both claim
+// it. A pixel outside the coverage grid has no bit and is taken as free, with nothing to mark.
 bool claimPixel(HolvaneContext& s, DetectPlaqueInfo const& plaque)
 {
     Internal::CoverageSet* const bits = Internal::coverageAt(s, plaque.x, plaque.y);
-    if (!bits)
-        return true;
-    if (bits->test(plaque.cameraIndex))
-        return false;
-    bits->set(plaque.cameraIndex);
-    return true;
+    return !bits || !bits->testAndSet(plaque.cameraIndex);
 }
 
 // Whether the plaque is a layer not yet recorded at its camera's pixel: no stored distance of that pixel is
