@@ -179,6 +179,8 @@ TavRGBA HvProcessDetectSample(RayTestInterface* rayTest, HvDetectSample const& s
     countHit(s, sample);
     if (!cameraSwitchedOn(s, sample.cameraIndex))
         return kBlack;
+    if (!rayTest || !rayTest->rayTest)
+        Internal::failMisuse("[Holvane] HvProcessDetectSample needs the host's ray test interface.");
     Bucket& bucket = s.buckets[threadIndex];
     // The mode is read as stored, without its check: a transparent or hair sample of a session that never set
     // it takes the default.
