@@ -176,6 +176,11 @@ void buildCameraTables()
     context.tolerance = static_cast<float>(s.renderingContext.tolerance);
 }
 
+std::size_t completeCameraCount(CameraRig const& rig)
+{
+    return std::min({rig.cameras.size(), rig.cameraWeights.size(), rig.cameraMasks.size(), rig.camerasWorld.size()});
+}
+
 bool maskAllowsDirection(std::uint32_t mask, TavPoint const& d)
 {
     std::uint32_t passing = 0;
@@ -198,6 +203,17 @@ bool clipSphereHit(TavPoint const& origin, TavPoint const& direction, TavPoint c
     float const s = std::sqrt(discriminant);
     // The far hit ahead is enough: the origin may sit inside the sphere. Behind the origin there is no hit.
     return -b - s >= 0.0f || s - b >= 0.0f;
+}
+
+bool clipKeepsPoint(TavPoint const& point, TavPoint const& centre, float radius, bool inverted)
+{
+    double const dx = static_cast<double>(point.x) - static_cast<double>(centre.x);
+    double const dy = static_cast<double>(point.y) - static_cast<double>(centre.y);
+    double const dz = static_cast<double>(point.z) - static_cast<double>(centre.z);
+    double const squaredDistance = dx * dx + dy * dy + dz * dz;
+    double const squaredRadius = static_cast<double>(radius) * static_cast<double>(radius);
+    // Both strict: a point on the sphere itself is kept by neither kind.
+    return inverted ? squaredDistance > squaredRadius : squaredRadius > squaredDistance;
 }
 
 }  // namespace Internal

@@ -7,6 +7,7 @@
 #include <holvane/camera.h>
 #include <holvane/types.h>
 
+#include <cstddef>
 #include <cstdint>
 
 namespace Holvane {
@@ -27,11 +28,18 @@ void buildCameraRig();
 // the fetch map at the output resolution and the geometry context's image size, scale and tolerance.
 void buildCameraTables();
 
+// The cameras that every table of the rig has an entry for: all of them in a rig the library builds or reads.
+std::size_t completeCameraCount(CameraRig const& rig);
+
 // Whether a ray along `direction` leaves the box through one of the faces of `mask`.
 bool maskAllowsDirection(std::uint32_t mask, TavPoint const& direction);
 
 // Whether the ray from `origin` along the unit `direction` meets the sphere ahead of it or starts inside it.
 bool clipSphereHit(TavPoint const& origin, TavPoint const& direction, TavPoint const& centre, float radius);
+
+// Whether the sample filters keep `point` against an enabled sphere: inside a normal sphere, outside an
+// inverted one, the squared distances taken in double. The centre is the caller's, in the frame of the point.
+bool clipKeepsPoint(TavPoint const& point, TavPoint const& centre, float radius, bool inverted);
 
 }  // namespace Internal
 }  // namespace Holvane

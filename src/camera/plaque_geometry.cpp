@@ -50,8 +50,6 @@ using Holvane::Internal::projectToPlane;
 using Holvane::Internal::scaled;
 using Holvane::Internal::sub;
 
-constexpr float kSmallestNormal = 9.99999905104687e-09f;
-
 TavPoint cameraPosition(RenderingContext const& context, unsigned int camera)
 {
     if (context.rig && camera < context.rig->cameras.size())
@@ -61,8 +59,7 @@ TavPoint cameraPosition(RenderingContext const& context, unsigned int camera)
 
 bool isValidNormal(TavPoint const& n)
 {
-    return std::isfinite(n.x) && std::isfinite(n.y) && std::isfinite(n.z) &&
-           Holvane::Internal::dot(n, n) >= kSmallestNormal;
+    return !Holvane::Internal::isDegenerate(n);
 }
 
 // A point of the plaque: where the ray through that point of the pixel meets the plaque's plane, moved

@@ -6,10 +6,10 @@
 #include "camera/vector_math.h"
 #include "session/context.h"
 #include "session/phase_internal.h"
+#include "session/pixel_coverage.h"
 #include "session/relaxed.h"
 
 #include <cmath>
-#include <stdexcept>
 
 namespace Holvane {
 namespace Camera {
@@ -47,23 +47,6 @@ bool clipsAway(Internal::HolvaneContext const& s, HvCameraRay const& ray)
            !Internal::clipSphereHit(ray.origin, ray.direction, s.clipCenterLocal, s.clipRadius);
 }
 
-bool cameraDoneAtPixel(Internal::HolvaneContext const& s, unsigned long long camera, std::int32_t x, std::int32_t y)
-{
-    if (camera >= 256)  // the text that hosts have always received, not the standard library's own wording
-        throw std::out_of_range("invalid bitset<N> position");
-    auto const column = static_cast<std::size_t>(x);
-    if (column >= s.cameraPixelCoverage.size() || static_cast<std::size_t>(y) >= s.cameraPixelCoverage[column].size())
-        return false;
-    // Read without a lock: a bit set meanwhile by another thread costs one ray.
-    return s.cameraPixelCoverage[column][static_cast<std::size_t>(y)].test(static_cast<std::size_t>(camera));
-}
-
-void countRay(std::vector<std::uint16_t>& counters, std::int32_t index)
-{
-    if (index >= 0 && static_cast<std::size_t>(index) < counters.size())
-        Internal::relaxedIncrement(counters[static_cast<std::size_t>(index)]);
-}
-
 }  // namespace
 
 HvCameraRay HvGetRayDetectPhase(unsigned long long const& sampleIndex, double const& x, double const& y)
@@ -84,7 +67,7 @@ HvCameraRay HvGetRayDetectPhase(unsigned long long const& sampleIndex, double co
     auto const xi = static_cast<std::int32_t>(std::floor(x));
     auto const yi = static_cast<std::int32_t>(std::floor(y));
     Phase::TransparencyRenderingType const mode = s.transparencyMode.get();
-    if (mode != Phase::TRANSP && mode != Phase::BOTH && cameraDoneAtPixel(s, camera, xi, yi))
+    if (mode != Phase::TRANSP && mode != Phase::BOTH && Internal::cameraDoneAtPixel(s, camera, xi, yi))
         return zeroRay();
 
     // Every sample of a pixel goes through the pixel's centre, whatever its fraction.
@@ -100,7 +83,7 @@ HvCameraRay HvGetRayDetectPhase(unsigned long long const& sampleIndex, double co
         return ray;
     }
     if (ray.valid)
-        countRay(s.rayCounters, Internal::truncateToInt32(yi * width + xi));
+        Internal::countAt(s.rayCounters, Internal::truncateToInt32(yi * width + xi));
     return ray;
 }
 
@@ -141,7 +124,7 @@ HvCameraRay HvGetRayRenderPhase(double const& x, double const& y)
     if (clipsAway(s, ray))
         ray.valid = false;
     // Counted by the pixel inside the block: the counters start again with every block.
-    countRay(s.rayCounters, pixel <= INT32_MAX ? static_cast<std::int32_t>(pixel) : -1);
+    Internal::countAt(s.rayCounters, pixel <= INT32_MAX ? static_cast<std::int32_t>(pixel) : -1);
     return ray;
 }
 

@@ -27,18 +27,30 @@ struct FinishedSampleHead {
 };
 static_assert(sizeof(FinishedSampleHead) == 56, "the 56-byte image of a finished sample");
 
+// The 56-byte image and back. Reading takes bytes from anywhere (a host's memory buffer): the flag byte
+// becomes a clean bool and the padding comes back zero.
+void writeHeadImage(FinishedSampleHead const& head, unsigned char* image);
+FinishedSampleHead readHeadImage(unsigned char const* image);
+
 struct FinishedSample {
     FinishedSampleHead head;
     std::vector<RenderSample::AOVData> aovs;  // one slot per registered AOV
 };
 
+// The sample's first `count` AOV slots. A shorter slot array is copied into `padding` and filled up with zero
+// slots, so that a record of the registered AOVs never reads past it.
+RenderSample::AOVData const* aovSlots(FinishedSample const& sample, std::size_t count,
+                                      std::vector<RenderSample::AOVData>& padding);
+
 // The render samples of one pixel, grouped by the host's sample key.
 using PixelSamples = std::map<unsigned long long, std::vector<RenderSample::HvRenderSample>>;
 
-// What one render thread collects for its current region, without a lock.
+// What one render thread collects for its current region, without a lock. Other threads may search the
+// buckets by region at any time: the region and `active` change only through setRegion() and reset(), with
+// relaxed atomic stores.
 struct Bucket {
-    std::vector<BinIO::DetectPlaqueInfo> plaques;  // detection
-    std::vector<FinishedSample> finishedSamples;   // render
+    std::vector<BinIO::DetectPlaqueInfo> plaques;               // detection
+    std::vector<FinishedSample> finishedSamples;                // render
     unsigned long long xMin = 0, yMin = 0, xMax = 0, yMax = 0;  // maxima exclusive
     unsigned long long capacityX = 0, capacityY = 0;
     unsigned long long sampleCount = 0;
@@ -48,6 +60,26 @@ struct Bucket {
     // The spool limit is handed over at creation and not used.
     Bucket(unsigned long long capacityX, unsigned long long capacityY, BinIO::AovFormat const& format,
            unsigned long long spoolLimit);
+
+    // Pixels of the current region, 0 when a maximum doesn't exceed its minimum.
+    unsigned long long regionWidth() const { return xMax > xMin ? xMax - xMin : 0; }
+    unsigned long long regionHeight() const { return yMax > yMin ? yMax - yMin : 0; }
+    unsigned long long regionPixelCount() const { return regionWidth() * regionHeight(); }
+
+    // Empties the pixels of the current region (freeing their samples), the finished samples and the plaques
+    // (keeping their room), and zeroes the sample count. Reset also ends the region.
+    void clear();
+    void reset();
+
+    // Starts a region: the four bounds, then `active`.
+    void setRegion(unsigned long long xMin, unsigned long long yMin, unsigned long long xMax, unsigned long long yMax);
+    // Whether the bucket is active on exactly this region, read as a searching thread may.
+    bool holdsRegion(unsigned long long xMin, unsigned long long yMin, unsigned long long xMax,
+                     unsigned long long yMax) const;
+
+    // The samples of pixel (x, y) of the image. Throws after a TRACE line when the pixel lies outside the
+    // region, or outside the grid of capacityX x capacityY that the region was promised to fit.
+    PixelSamples& pixel(unsigned long long x, unsigned long long y);
 };
 
 }  // namespace Internal

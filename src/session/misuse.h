@@ -8,6 +8,13 @@ namespace Internal {
 // host. Nothing inside the library catches it.
 [[noreturn]] void failMisuse(char const* message);
 
+// The same with a printf-style message.
+[[noreturn]] void failMisuseFormat(char const* format, ...)
+#if defined(__GNUC__)
+    __attribute__((format(printf, 1, 2)))
+#endif
+    ;
+
 }  // namespace Internal
 }  // namespace Holvane
 

@@ -1,7 +1,10 @@
 #include <holvane/logger.h>
 #include <holvane/phase.h>
 
+#include <holvane/binio.h>
+
 #include "camera/camera_rig.h"
+#include "render/finalise.h"
 #include "session/context.h"
 #include "session/detect_file_read.h"
 #include "session/matrix.h"
@@ -120,6 +123,7 @@ void prepareDetectTables()
     HolvaneContext& s = session();
     s.cameraPixelCoverage.assign(static_cast<std::size_t>(s.renderingWidth.get()),
                                  std::vector<Internal::CoverageSet>(static_cast<std::size_t>(s.renderingHeight.get())));
+    s.layerDistanceSlots = std::make_unique<Internal::LayerDistanceSlots>();
     Internal::buildCameraRig();
     Internal::allocatePixelCounters();
 }
@@ -150,6 +154,15 @@ void registerLibraryAovs()
     format.registerAov(aliasCockpit, "hlvCockpit", AOV_INT);
 }
 
+void createBuckets()
+{
+    HolvaneContext& s = session();
+    s.buckets.clear();
+    s.buckets.reserve(s.threadNumber);
+    for (unsigned long long i = 0; i < s.threadNumber; ++i)
+        s.buckets.emplace_back(s.bucketWidth.get(), s.bucketHeight.get(), s.aovFormat, s.sampleSpoolLimit);
+}
+
 void prepareAovsAndBuckets()
 {
     HolvaneContext const& s = session();
@@ -159,34 +172,24 @@ void prepareAovsAndBuckets()
     } else {
         registerLibraryAovs();
     }
-    // joins here: the buckets' creation (threadNumber buckets of bucketWidth x bucketHeight, with aovFormat
-    // and sampleSpoolLimit)
+    createBuckets();
 }
 
-// Takes the spool file out of the session, so that no one processes it twice. Null, with a WARNING, when it
-// is already gone.
-std::FILE* takeSpoolFile()
-{
-    HolvaneContext& s = session();
-    if (!s.spoolFile) {
-        HvOutputLogCStr(Logger::WARNING,
-                        "Processing temporary file samples while samples have already been processed.");
-        return nullptr;
-    }
-    std::FILE* const spool = s.spoolFile;
-    s.spoolFile = nullptr;
-    return spool;
-}
-
+// What a bucket still holds is flushed before the spool becomes the phase's file. The file's own success is
+// not the host's business: HvPhaseTerminate answers true all the same.
 void finalizePhase()
 {
-    // joins here: the flush of each bucket that still holds samples, with its WARNING
-    // joins here: the spool lock, held from the test of the handle to its taking
-    std::FILE* const spool = takeSpoolFile();
-    if (!spool)
-        return;
-    // joins here: the spool's finalisation into outFilePath, which then owns the handle and replaces this close
-    std::fclose(spool);
+    std::vector<Internal::Bucket> const& buckets = session().buckets;
+    for (std::size_t i = 0; i < buckets.size(); ++i) {
+        if (buckets[i].sampleCount == 0)
+            continue;
+        Logger::HvOutputLogString(Logger::WARNING,
+                                  "Bucket %d still had data when HvPhaseTerminate was invoked. Flushing bucket "
+                                  "before finalizing.",
+                                  int(i));
+        BinIO::HvProcessBucketFlushToFile(static_cast<unsigned long long>(i));
+    }
+    Internal::Finalise();
 }
 
 }  // namespace

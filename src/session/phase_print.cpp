@@ -106,8 +106,7 @@ void printSceneAndBuckets()
     HvOutputLogString(Logger::DEBUG, "[Holvane] specular point world %f %f %f\n", world.x, world.y, world.z);
     TavPoint const local = s.specularPointLocal.get();
     HvOutputLogString(Logger::DEBUG, "[Holvane] specular point local %f %f %f\n", local.x, local.y, local.z);
-    std::size_t const bucketCount = 0;  // joins here: session().buckets.size(), once the buckets are created
-    HvOutputLogString(Logger::DEBUG, "[Holvane] bucket Number %d/%d \n", int(bucketCount), int(s.threadNumber));
+    HvOutputLogString(Logger::DEBUG, "[Holvane] bucket Number %d/%d \n", int(s.buckets.size()), int(s.threadNumber));
     // Both numbers are the width: hosts' log readers expect the line this way.
     HvOutputLogString(Logger::DEBUG, "[Holvane] bucket Region size %d/%d\n", int(s.bucketWidth.get()),
                       int(s.bucketWidth.get()));

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <stdexcept>
+#include <vector>
 
 namespace Holvane {
 namespace Internal {
@@ -21,10 +22,39 @@ inline void relaxedStore(std::uint16_t& counter, std::uint16_t value)
     __atomic_store_n(&counter, value, __ATOMIC_RELAXED);
 }
 
+// A bucket's region and its active flag are written by the bucket's own thread and read by any thread that
+// searches the buckets by region.
+inline bool relaxedLoad(bool const& flag)
+{
+    return __atomic_load_n(&flag, __ATOMIC_RELAXED);
+}
+
+inline void relaxedStore(bool& flag, bool value)
+{
+    __atomic_store_n(&flag, value, __ATOMIC_RELAXED);
+}
+
+inline unsigned long long relaxedLoad(unsigned long long const& bound)
+{
+    return __atomic_load_n(&bound, __ATOMIC_RELAXED);
+}
+
+inline void relaxedStore(unsigned long long& bound, unsigned long long value)
+{
+    __atomic_store_n(&bound, value, __ATOMIC_RELAXED);
+}
+
 // Wraps at 65536 without notice.
 inline void relaxedIncrement(std::uint16_t& counter)
 {
     __atomic_fetch_add(&counter, std::uint16_t(1), __ATOMIC_RELAXED);
+}
+
+// Counts one at a pixel index; an index that is negative or beyond the counters counts nothing.
+inline void countAt(std::vector<std::uint16_t>& counters, std::int32_t index)
+{
+    if (index >= 0 && static_cast<std::size_t>(index) < counters.size())
+        relaxedIncrement(counters[static_cast<std::size_t>(index)]);
 }
 
 // One bit per rig camera at one pixel: set, the camera already owns an opaque plaque there.

@@ -46,17 +46,19 @@ struct DetectionHost {
     {
         using namespace Holvane::Phase;
         HvInitPhase(PHASE_DETECT, Holvane::Util::RenderingEngineId(7));
+        HvSetDraft(false);
+        HvSetCurrentFrame(1, 4);
+        HvSetZovOffset(0, 0, 0);
+        HvSetRenderTransparencyMode(ALL);
+        HvSetOutFilePath(outPath.c_str());
         HvSetOutputResolution(width, height);
+        // The resolution is computed from the settings above.
         HvSetRenderingResolutionParameters(HvComputeRenderingResolutionParameters(width, height));
         HvSetBucketSize(tile, tile);
         HvSetThreadNumber(threads);
-        HvSetOutFilePath(outPath.c_str());
-        HvSetDraft(false);
-        HvSetZovOffset(0, 0, 0);
         HvSetZovScaling(1.0f, 1.0f, 1.0f);
         HvSetRenderScale(1.0);
         HvSetCameraToWorldMatrix(boxToWorld());
-        HvSetRenderTransparencyMode(ALL);
         HvSetTolerance(0.25);
         return HvPhaseBegin();
     }

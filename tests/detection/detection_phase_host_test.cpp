@@ -90,18 +90,18 @@ TEST_F(DetectionPhase, FourThreadsRecordEachVisiblePatchOnceUnderTheCameraThatSe
     std::size_t off = 0, extrapolated = 0;
     for (DetectPlaqueInfo const& plaque : plaques) {
         EXPECT_EQ(plaque.isTransparent, 0);
-        EXPECT_TRUE(seen.insert({plaque.cameraIndex, plaque.x, plaque.y}).second)
-            << "camera " << int(plaque.cameraIndex) << " pixel " << plaque.x << "," << plaque.y << " twice";
-        if (plaque.isExtrapolated) {
+        if (plaque.isExtrapolated) {  // rests on the sample's plane and claims no pixel: it may repeat
             ++extrapolated;
             continue;
         }
+        EXPECT_TRUE(seen.insert({plaque.cameraIndex, plaque.x, plaque.y}).second)
+            << "camera " << int(plaque.cameraIndex) << " pixel " << plaque.x << "," << plaque.y << " twice";
         PlaqueCheck const check = checkPlaque(host, file, plaque);
         if (check.surfaceGap > 0.01 + 1e-4 * plaque.distance || std::fabs(check.firstHitGap) > 0.01 + 1e-4 * plaque.distance)
             ++off;
     }
     // Samples on grazing surfaces keep the hit of the ray towards the point rather than the pixel's own ray.
-    EXPECT_LT(off, plaques.size() / 200) << off << " plaques off their surface";
+    EXPECT_LT(off, plaques.size() / 1000) << off << " of " << plaques.size() << " plaques off their surface";
     EXPECT_LT(extrapolated, plaques.size() / 50);
 }
 
