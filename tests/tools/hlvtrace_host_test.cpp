@@ -284,6 +284,7 @@ TEST(Hlvtrace, RefusesBadOptions)
         {"--width 288", "multiple of 24 from 312 to 6000"},
         {"--width 320", "multiple of 24 from 312 to 6000"},
         {"--width 6024", "multiple of 24 from 312 to 6000"},
+        {"--width wide", "multiple of 24 from 312 to 6000"},
         {"--threads 0", "--threads"},
         {"--cameras 12", "--cameras"},
         {"--box-size 0", "the box holds no space"},
@@ -291,6 +292,8 @@ TEST(Hlvtrace, RefusesBadOptions)
         {"--box-size 1,2", "expects X,Y,Z or one number"},
         {"--box-center 1,2", "expects X,Y,Z"},
         {"--scale 0", "--scale"},
+        {"--scale nan", "--scale"},
+        {"--box-center 1,nan,2", "expects finite numbers"},
         {"--tolerance 1.5", "--tolerance"},
         {"--frobnicate", "--frobnicate"},
     };

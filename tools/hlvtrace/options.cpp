@@ -2,6 +2,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include <cmath>
+#include <cstdlib>
 #include <string>
 #include <thread>
 #include <vector>
@@ -23,16 +25,29 @@ char const* const description =
 // The library takes a 3:2 image whose sides are multiples of 8, 312 to 6000 pixels wide.
 CLI::Validator const cubeImageWidth(
     [](std::string& text) -> std::string {
-        unsigned long width = std::stoul(text);
-        if (width < 312 || width > 6000 || width % 24 != 0)
+        char* end = nullptr;
+        unsigned long width = std::strtoul(text.c_str(), &end, 10);
+        if (text.empty() || *end != '\0' || width < 312 || width > 6000 || width % 24 != 0)
             return "the width must be a multiple of 24 from 312 to 6000 (the height is two thirds of it)";
         return "";
     },
     "312..6000, multiple of 24");
 
+// Ranges let NaN through, as every comparison with it is false.
+CLI::Validator const finite(
+    [](std::string& text) -> std::string {
+        char* end = nullptr;
+        double value = std::strtod(text.c_str(), &end);
+        return std::isfinite(value) ? "" : "not a finite number: " + text;
+    },
+    "");
+
 // Vectors come as X,Y,Z; a size may also be one number for a cube.
 Vec3 vectorValue(std::vector<float> const& values, char const* option, bool oneAllowed)
 {
+    for (float value : values)
+        if (!std::isfinite(value))
+            throw CLI::ValidationError(option, "expects finite numbers");
     if (values.size() == 3)
         return {values[0], values[1], values[2]};
     if (oneAllowed && values.size() == 1)
@@ -71,10 +86,10 @@ void addOptions(CLI::App& app, Options& options, std::vector<float>& centre, std
         ->delimiter(',')
         ->type_name("S|X,Y,Z");
     app.add_option("--scale", options.scale, "Centimetres per scene unit (100: the scene is in metres)")
-        ->check(CLI::PositiveNumber)
+        ->check(finite & CLI::PositiveNumber)
         ->capture_default_str();
     app.add_option("--tolerance", options.tolerance, "How much worse a camera may face a point and still own it")
-        ->check(CLI::Range(0.0, 1.0))
+        ->check(finite & CLI::Range(0.0, 1.0))
         ->capture_default_str();
     app.add_flag("--json", options.json, "Print the summary as one JSON object");
     app.add_flag("--verbose", options.verbose, "Show the library's informational messages");
