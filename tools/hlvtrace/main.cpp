@@ -65,7 +65,7 @@ int run(Options const& options)
 
     RayTracer tracer(scene);
     DebugImage image(setup.width, setup.height);
-    Progress progress(std::uint64_t(setup.width) * setup.height, true);
+    Progress progress(std::uint64_t(setup.width) * setup.height);
     RunReport report;
     report.detection = runDetection(tracer, setup, log, image, progress);
     report.plaques = readBackPlaques(files.pendingDetectFile(), files.detectFile(), log);

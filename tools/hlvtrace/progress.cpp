@@ -20,11 +20,9 @@ std::string clock(double seconds)
 
 }  // namespace
 
-Progress::Progress(std::uint64_t totalPixels, bool enabled)
-    : total(totalPixels ? totalPixels : 1), terminal(isatty(2) != 0)
+Progress::Progress(std::uint64_t totalPixels)
+    : total(totalPixels ? totalPixels : 1), terminal(isatty(2) != 0), reporter([this] { run(); })
 {
-    if (enabled)
-        reporter = std::thread([this] { run(); });
 }
 
 Progress::~Progress() { stop(); }

@@ -14,7 +14,7 @@ namespace hlvtrace {
 
 class Progress {
 public:
-    Progress(std::uint64_t total, bool enabled);
+    explicit Progress(std::uint64_t total);
     ~Progress();  // stops the reporter; the bar is finished only by finish()
     Progress(Progress const&) = delete;
     Progress& operator=(Progress const&) = delete;
