@@ -167,7 +167,7 @@ TEST(Hlvtrace, BuiltInRoomGivesADetectFileWhosePlaquesLieOnTheScene)
 {
     SKIP_WITHOUT_HLVTRACE();
     TempDir dir;
-    ToolRun run = runHlvtrace(dir, "--json --cameras 16 --threads 2 --out " + dir / "out");
+    ToolRun run = runHlvtrace(dir, "--json --cameras 8 --threads 2 --out " + dir / "out");
     ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(filesIn(dir / "out").size(), 2u);
     DetectFile file = readDetect(dir / "out/scene.hlvDetect");
@@ -200,8 +200,8 @@ TEST(Hlvtrace, OneThreadWritesTheSameBytesTwice)
 {
     SKIP_WITHOUT_HLVTRACE();
     TempDir dir;
-    ASSERT_EQ(runHlvtrace(dir, "--cameras 8 --threads 1 --out " + dir / "a").status, 0);
-    ASSERT_EQ(runHlvtrace(dir, "--cameras 8 --threads 1 --out " + dir / "b").status, 0);
+    ASSERT_EQ(runHlvtrace(dir, "--cameras 2 --threads 1 --out " + dir / "a").status, 0);
+    ASSERT_EQ(runHlvtrace(dir, "--cameras 2 --threads 1 --out " + dir / "b").status, 0);
     std::string a = readText(dir / "a/scene.hlvDetect"), b = readText(dir / "b/scene.hlvDetect");
     EXPECT_GT(a.size(), 1000u);
     EXPECT_TRUE(a == b);
@@ -227,7 +227,7 @@ TEST(Hlvtrace, ObjCubeInARoom)
     TempDir dir;
     writeText(dir / "room.obj", cubeInARoom);
     writeText(dir / "room.mtl", "newmtl wall\nKd 0.8 0.8 0.7\nnewmtl red\nKd 0.9 0.1 0.1\n");
-    ToolRun run = runHlvtrace(dir, "--json --cameras 16 --scene " + dir / "room.obj" + " --out " + dir / "out");
+    ToolRun run = runHlvtrace(dir, "--json --cameras 8 --scene " + dir / "room.obj" + " --out " + dir / "out");
     ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_NE(run.out.find("\"boxCenter\": [0, 1.6, 0], \"boxSize\": [1, 1, 1]"), std::string::npos) << run.out;
     EXPECT_EQ(jsonNumber(run.out, "triangles"), 24.0);
@@ -242,9 +242,9 @@ TEST(Hlvtrace, ObjCubeInARoom)
     expectPlaquesOnScene(file, scene);
 }
 
-// A scene that can't be used: one line on standard error naming the file and the problem, status 1, and
-// nothing in the output directory.
-TEST(Hlvtrace, RefusesScenesItCannotUse)
+// A scene or an output directory that can't be used: one line on standard error naming the file and the
+// problem, status 1, and nothing in the output directory.
+TEST(Hlvtrace, RefusesInputsItCannotUse)
 {
     SKIP_WITHOUT_HLVTRACE();
     TempDir dir;
@@ -267,6 +267,10 @@ TEST(Hlvtrace, RefusesScenesItCannotUse)
         EXPECT_EQ(run.err, "hlvtrace: " + c.file + ": " + c.problem + "\n");
         EXPECT_TRUE(filesIn(dir / "out").empty()) << c.file;
     }
+    writeText(dir / "taken", "");
+    ToolRun run = runHlvtrace(dir, "--cameras 1 --out " + dir / "taken");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.err, "hlvtrace: " + dir / "taken" + ": cannot be created (Not a directory)\n");
 }
 
 // Bad options are usage errors: status 2, a message that names the option, and no work done.
