@@ -36,8 +36,7 @@ CLI::Validator const cubeImageWidth(
 // Ranges let NaN through, as every comparison with it is false.
 CLI::Validator const finite(
     [](std::string& text) -> std::string {
-        char* end = nullptr;
-        double value = std::strtod(text.c_str(), &end);
+        double value = std::strtod(text.c_str(), nullptr);
         return std::isfinite(value) ? "" : "not a finite number: " + text;
     },
     "");
