@@ -16,5 +16,8 @@
 #include <holvane/plaque.h>
 #include <holvane/detectsample.h>
 #include <holvane/rendersample.h>
+#include <holvane/trees.h>
+#include <holvane/overlap.h>
+#include <holvane/utils.h>
 
 #endif
