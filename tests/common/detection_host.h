@@ -7,6 +7,8 @@
 
 #include <atomic>
 #include <cmath>
+#include <cstring>
+#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -25,6 +27,7 @@ struct DetectionHost {
     unsigned camerasPerPixel = 256;  // the first sample indices of each pixel only, for short runs
     Route route = SPOOL;
     std::atomic<unsigned long long> plaquesFlushed{0};  // as the buffer sizes tell
+    std::vector<Holvane::BinIO::DetectPlaqueInfo> recorded;  // on the memory route: the plaques before cleaning
 
     // The zone of view, a 1-metre cube turned 30 degrees about y and standing at (0, 160, 0).
     static Matrix4 boxToWorld()
@@ -90,6 +93,18 @@ struct DetectionHost {
     }
 
 private:
+    std::mutex recordedLock;
+
+    // A buffer starts with the bucket's plaques in their 28-byte memory form.
+    void keepRecorded(std::vector<unsigned char> const& buffer, int plaqueBytes)
+    {
+        std::vector<Holvane::BinIO::DetectPlaqueInfo> plaques(std::size_t(plaqueBytes) / 28);
+        if (!plaques.empty())
+            std::memcpy(plaques.data(), buffer.data(), plaques.size() * 28);
+        std::lock_guard<std::mutex> hold(recordedLock);
+        recorded.insert(recorded.end(), plaques.begin(), plaques.end());
+    }
+
     void renderTile(unsigned thread, unsigned long long x0, unsigned long long y0)
     {
         int const xMin = int(x0), yMin = int(y0);
@@ -134,6 +149,7 @@ private:
         }
         std::vector<unsigned char> buffer((std::size_t)size);
         Holvane::BinIO::HvBucketFlushToMemory(buffer.data(), buffer.size(), xMin, yMin, xMax, yMax);
+        keepRecorded(buffer, size - 20 - int(region));
         Holvane::BinIO::HvFlushMemoryBufferToFile(buffer.data(), buffer.size());
     }
 };
