@@ -14,6 +14,7 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 
 namespace Holvane {
 namespace Internal {
@@ -44,22 +45,6 @@ unsigned cameraOf(CameraCandidate const& c)
     return (c.packed >> 9) & 0xFFu;
 }
 
-// The two heap orders, each telling whether `a` ranks below `b`, so that the best candidate is on top.
-// Facing order: the front-facing side first, then the larger absolute metric.
-struct FacingOrder {
-    bool operator()(CameraCandidate const& a, CameraCandidate const& b) const
-    {
-        if (isFrontFacing(a) != isFrontFacing(b))
-            return isFrontFacing(b);
-        return std::fabs(a.metric) < std::fabs(b.metric);
-    }
-};
-
-// Weight order: the smaller weight first.
-struct WeightOrder {
-    bool operator()(CameraCandidate const& a, CameraCandidate const& b) const { return weightOf(a) > weightOf(b); }
-};
-
 // `toPoint`: from the camera to the point, in the box's frame, like the normal `n`.
 CameraCandidate makeCandidate(unsigned camera, float weight, TavPoint const& toPoint, TavPoint const& n,
                               bool degenerateNormal)
@@ -78,24 +63,62 @@ CameraCandidate makeCandidate(unsigned camera, float weight, TavPoint const& toP
     return {metric, (frontFacing ? 1u : 0u) | (weightByte << 1) | ((camera & 0xFFu) << 9)};
 }
 
-// The rig's cameras as a binary heap on a fixed array, popped best first in facing order, or in weight order
-// once narrowed. A walk that ends early leaves the rest unsorted.
+// The two orders as integer keys, the best candidate having the largest key. The low byte is the candidate's
+// slot, which makes keys unique.
+// Facing order: the front-facing side first, then the larger absolute metric. The bits of a non-negative float
+// order as its value does.
+std::uint32_t metricBits(CameraCandidate const& c)
+{
+    std::uint32_t bits;
+    float const absolute = std::fabs(c.metric);
+    std::memcpy(&bits, &absolute, sizeof bits);
+    return bits;
+}
+
+std::uint64_t facingKey(CameraCandidate const& c, unsigned slot)
+{
+    return (std::uint64_t(isFrontFacing(c)) << 40) | (std::uint64_t(metricBits(c)) << 8) | slot;
+}
+
+// Weight order: the smaller weight first. Many cameras share a weight: among them the one that faces the
+// point best goes first.
+std::uint64_t weightKey(CameraCandidate const& c, unsigned slot)
+{
+    return (std::uint64_t(0xFFu - weightOf(c)) << 40) | (std::uint64_t(metricBits(c)) << 8) | slot;
+}
+
+// The rig's cameras, popped best first in facing order, or in weight order once narrowed. A walk mostly ends
+// after a few pops, so the first pops scan for the best key; a long walk turns the rest into a heap.
 class CandidateList {
 public:
     CandidateList(CameraRig const& rig, TavPoint const& point, TavPoint const& n)
     {
         bool const degenerateNormal = isDegenerate(n);
         count = std::min(completeCameraCount(rig), items.size());
-        for (std::size_t c = 0; c < count; ++c)
+        for (std::size_t c = 0; c < count; ++c) {
             items[c] = makeCandidate(static_cast<unsigned>(c), rig.cameraWeights[c], sub(point, rig.cameras[c]), n,
                                      degenerateNormal);
-        std::make_heap(items.begin(), items.begin() + count, FacingOrder());
+            keys[c] = facingKey(items[c], static_cast<unsigned>(c));
+        }
     }
 
     bool empty() const { return count == 0; }
 
-    // The best candidate left, which stays in the array just past the heap.
-    CameraCandidate pop() { return byWeight ? popIn(WeightOrder()) : popIn(FacingOrder()); }
+    // The best candidate left.
+    CameraCandidate pop()
+    {
+        if (scansLeft > 0) {
+            --scansLeft;
+            std::swap(keys[bestKeyPosition()], keys[count - 1]);
+        } else {
+            if (scansLeft == 0) {
+                std::make_heap(keys.begin(), keys.begin() + count);
+                scansLeft = -1;
+            }
+            std::pop_heap(keys.begin(), keys.begin() + count);
+        }
+        return items[keys[--count] & 0xFFu];
+    }
 
     // Keeps the cameras about as well placed as the anchor, the first one that `sees` the point, in weight
     // order. The candidates popped before the anchor are dropped although they ranked above it; when no camera
@@ -109,31 +132,35 @@ public:
         CameraCandidate anchor = pop();
         while (!sees(cameraOf(anchor)) && !empty())
             anchor = pop();
-        // The anchor lies just past the heap: keep it with the candidates still in the heap. A metric widened to
-        // double is compared with a float threshold, on the signed values; the anchor itself always passes.
+        // The anchor's key lies just past the rest: keep it with them. A metric widened to double is compared
+        // with a float threshold, on the signed values; the anchor itself always passes.
         float const threshold = (1.0f - tolerance) * anchor.metric;
         std::size_t kept = 0;
         for (std::size_t i = 0; i <= count; ++i) {
-            CameraCandidate const& c = items[i];
+            unsigned const slot = keys[i] & 0xFFu;
+            CameraCandidate const& c = items[slot];
             if (isFrontFacing(c) == isFrontFacing(anchor) &&
                 !(static_cast<double>(c.metric) < static_cast<double>(threshold)))
-                items[kept++] = c;
+                keys[kept++] = weightKey(c, slot);
         }
         count = kept;
-        byWeight = true;
-        std::make_heap(items.begin(), items.begin() + count, WeightOrder());
+        scansLeft = kScans;
     }
 
 private:
-    std::array<CameraCandidate, 256> items;  // a plaque's camera index is one byte
-    std::size_t count = 0;
-    bool byWeight = false;
+    static constexpr int kScans = 12;  // pops by scanning before the rest becomes a heap
 
-    template <typename Order>
-    CameraCandidate popIn(Order const& order)
+    std::array<CameraCandidate, 256> items;  // by slot; a plaque's camera index is one byte
+    std::array<std::uint64_t, 256> keys;     // the candidates left, in [0, count)
+    std::size_t count = 0;
+    int scansLeft = kScans;  // -1: the keys are a heap
+
+    std::size_t bestKeyPosition() const
     {
-        std::pop_heap(items.begin(), items.begin() + count, order);
-        return items[--count];
+        std::size_t best = 0;
+        for (std::size_t i = 1; i < count; ++i)
+            best = keys[i] > keys[best] ? i : best;
+        return best;
     }
 };
 
