@@ -45,22 +45,23 @@ unsigned cameraOf(CameraCandidate const& c)
     return (c.packed >> 9) & 0xFFu;
 }
 
+// The integer part of the weight, cut to its low byte: a switched-off camera (-1) becomes 255 and stays a
+// candidate on purpose, ranked last by weight.
+CameraCandidate packCandidate(unsigned camera, float weight, float metric, bool frontFacing)
+{
+    std::uint32_t const weightByte = static_cast<std::uint32_t>(static_cast<std::int32_t>(weight)) & 0xFFu;
+    return {metric, (frontFacing ? 1u : 0u) | (weightByte << 1) | ((camera & 0xFFu) << 9)};
+}
+
 // `toPoint`: from the camera to the point, in the box's frame, like the normal `n`.
 CameraCandidate makeCandidate(unsigned camera, float weight, TavPoint const& toPoint, TavPoint const& n,
                               bool degenerateNormal)
 {
     float const squaredDistance = dot(toPoint, toPoint);
-    bool frontFacing = true;  // a normal without direction faces every camera
-    float metric = 1.0f / squaredDistance;
-    if (!degenerateNormal) {
-        float const d = dot(toPoint, n);
-        frontFacing = d < 0.0f;
-        metric = std::fabs(d) / squaredDistance;
-    }
-    // The integer part of the weight, cut to its low byte: a switched-off camera (-1) becomes 255 and stays a
-    // candidate on purpose, ranked last by weight.
-    std::uint32_t const weightByte = static_cast<std::uint32_t>(static_cast<std::int32_t>(weight)) & 0xFFu;
-    return {metric, (frontFacing ? 1u : 0u) | (weightByte << 1) | ((camera & 0xFFu) << 9)};
+    if (degenerateNormal)  // a normal without direction faces every camera
+        return packCandidate(camera, weight, 1.0f / squaredDistance, true);
+    float const d = dot(toPoint, n);
+    return packCandidate(camera, weight, std::fabs(d) / squaredDistance, d < 0.0f);
 }
 
 // The two orders as integer keys, the best candidate having the largest key. The low byte is the candidate's
