@@ -93,6 +93,15 @@ TEST_F(Overlap, ALargerPlaqueOfAnotherCameraCoversAndIsMarkedButNotForTheCentre)
     EXPECT_EQ(tree.removed, Bits({true, false}));
     EXPECT_TRUE(counters.totalIndices == 2 && counters.firstPassRemoved == 1 && counters.deferredCount == 0 &&
                 counters.backFaces == 0 && counters.laterPassRemoved == 0);
+    std::vector<Holvane::BinIO::hlvRenderSample5_t> samples(2);  // the same pair as shaded samples
+    for (int i = 0; i < 2; ++i) {
+        samples[i].depth = records[i].distance, samples[i].x = records[i].x, samples[i].y = records[i].y;
+        samples[i].cameraIndex = records[i].cameraIndex, samples[i].level = records[i].level;
+        samples[i].color.w = samples[i].normal.z = half_float::half(1.0f);
+    }
+    PlaqueKDTree sampleTree(context, samples, 1.0f);
+    DectectOverlapSamplesWithQualityCheck(sampleTree, samples, nullptr);
+    EXPECT_EQ(sampleTree.removed, Bits({true, false}));
 
     // A back face may go under a front face, never a front face under a back face.
     records[1].normal = {0, 0, -1};
