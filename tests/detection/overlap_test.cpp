@@ -163,8 +163,8 @@ TEST_F(Overlap, ACoverThatARemovalLeansOnWaitsForTheNextRound)
 
 TEST_F(Overlap, TwinsEdgeOnAndInvalidPlaquesStay)
 {
-    // Two identical plaques of two cameras at one place both stay, though a case listed with the algorithm
-    // expects the first to go: the centre of one lies on the other's centre, which never counts as covered.
+    // Two identical plaques of two cameras at one place both stay, though one might expect the first walked to
+    // go under its twin: the centre of one lies on the other's centre, which never counts as covered.
     TavPoint const bAt = rig.cameras[b];
     rig.cameras[b] = rig.cameras[a];
     std::vector<DetectPlaqueInfo> twins(2, seeing(a, {10, 10, -200}));
