@@ -70,14 +70,8 @@ TEST(LinePlaneIntersection, KeepsTheDirectionsLengthAndRefusesParallelLines)
 TEST(FacesForTesting, SelectsTheFacesAPointIsInFrontOfInIndexOrder)
 {
     // The six faces of the box [-1, 1]^3, planes facing inwards.
-    faceinformations_t faces[6] = {};
-    float const planes[6][4] = {{1, 0, 0, 1}, {-1, 0, 0, 1}, {0, 1, 0, 1}, {0, -1, 0, 1}, {0, 0, 1, 1}, {0, 0, -1, 1}};
-    for (int i = 0; i < 6; ++i) {
-        faces[i].a = planes[i][0];
-        faces[i].b = planes[i][1];
-        faces[i].c = planes[i][2];
-        faces[i].d = planes[i][3];
-    }
+    faceinformations_t const faces[6] = {{{}, 1, 0, 0, 1}, {{}, -1, 0, 0, 1}, {{}, 0, 1, 0, 1},
+                                         {{}, 0, -1, 0, 1}, {{}, 0, 0, 1, 1}, {{}, 0, 0, -1, 1}};
     std::vector<int> selected = {42};
     getFacesForTesting(2.0f, 0.0f, 1.0f, faces, selected);  // on the z face counts as in front
     EXPECT_EQ(selected, (std::vector<int>{0, 2, 3, 4, 5}));
