@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <regex>
 #include <sstream>
 #include <string>
@@ -37,13 +36,6 @@ Lines atLevel(int level, Lines texts)
     for (std::string& text : texts)
         text = std::to_string(level) + "|" + text;
     return texts;
-}
-
-std::string fileText(std::string const& path)
-{
-    std::stringstream content;
-    content << std::ifstream(path).rdbuf();
-    return content.str();
 }
 
 // Captures every message with its level header on, and puts the other switches back afterwards.
@@ -213,7 +205,7 @@ TEST_F(LoggerTest, ConcurrentMessagesAreNeverTornOnARoute)
     for (auto const& text : log.lines)
         ASSERT_TRUE(text.compare(0, 2, "2|") == 0 && std::regex_match(text.substr(2), line)) << text;
 
-    std::istringstream file(fileText(fileOut));
+    std::istringstream file(HolvaneTest::readBytes(fileOut));
     std::string fileLine;
     int lines = 0;
     while (std::getline(file, fileLine)) {
@@ -241,7 +233,7 @@ TEST(LoggerFile, OpeningRulesAndMessages)
     EXPECT_EQ(out, "A file path is required to enable file logging."
                    "Could not open file for logging /nonexistent-dir/x.log."
                    "Disable the file log first before opening a new file to log to.");
-    EXPECT_EQ(fileText(path), "[INFO] first\n[DEBUG] second\n");
+    EXPECT_EQ(HolvaneTest::readBytes(path), "[INFO] first\n[DEBUG] second\n");
 }
 
 TEST(LoggerFile, DefaultFileLevelIsErrorAndAFailedFileIsReportedAtUnload)
@@ -254,7 +246,7 @@ TEST(LoggerFile, DefaultFileLevelIsErrorAndAFailedFileIsReportedAtUnload)
                   HvOutputLogCStr(ERROR, "written\n");
               }),
               "");
-    EXPECT_EQ(fileText(path), "[ERROR] written\n");
+    EXPECT_EQ(HolvaneTest::readBytes(path), "[ERROR] written\n");
 
     std::string out = runInChild([] {
         HvSetConsoleLogLevel(LogLevel(-1));

@@ -1,5 +1,6 @@
 // hlvtrace, run as a user runs it: its files, its summary, its refusals.
 
+#include "files/container_fixtures.h"
 #include "tools/scene_distance.h"
 
 #include "obj_scene.h"
@@ -11,13 +12,9 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #ifndef HLVTRACE_PATH
@@ -41,29 +38,9 @@ struct TempDir {
     std::string operator/(std::string const& name) const { return (path / name).string(); }
 };
 
-std::string readText(std::string const& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
-void writeText(std::string const& path, std::string const& text) { std::ofstream(path, std::ios::binary) << text; }
-
-struct ToolRun {
-    int status;
-    std::string out, err;
-};
-
 ToolRun runHlvtrace(TempDir const& dir, std::string const& arguments)
 {
-    std::string out = dir / "stdout.txt", err = dir / "stderr.txt";
-    int raw = std::system((std::string(HLVTRACE_PATH) + " " + arguments + " >" + out + " 2>" + err).c_str());
-    ToolRun run{WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, readText(out), readText(err)};
-    fs::remove(out);
-    fs::remove(err);
-    return run;
+    return runTool(HLVTRACE_PATH, arguments, dir / "run");
 }
 
 // The number after "key": in the one-line JSON summary.
@@ -80,20 +57,6 @@ std::vector<std::string> filesIn(fs::path const& dir)
         for (auto const& entry : fs::directory_iterator(dir))
             names.push_back(entry.path().filename().string());
     return names;
-}
-
-struct DetectFile {
-    HlvReaderError answer;
-    header_v09 header;
-    hlvRenderSample5Aovs_t data;
-};
-
-DetectFile readDetect(std::string const& path)
-{
-    DetectFile file;
-    int hashSum = 0;
-    file.answer = hlvReader_v9(path.c_str(), file.header, file.data, hashSum);
-    return file;
 }
 
 // The plaque's point in the world: from its camera (box frame) along the centre of its pixel, at its
@@ -115,7 +78,7 @@ Point3 plaquePoint(header_v09 const& header, DetectPlaqueInfo const& plaque,
 
 // Every opaque plaque that rests on a real hit lies on a triangle of the scene, to within its own footprint:
 // a pixel at the face centre spans 4/H radians, and a plaque of level L spans 2^L pixels.
-void expectPlaquesOnScene(DetectFile const& file, hlvtrace::Scene const& scene)
+void expectPlaquesOnScene(Read9 const& file, hlvtrace::Scene const& scene)
 {
     header_v09 const& header = file.header;
     std::vector<std::vector<TavPoint>> directions;
@@ -145,7 +108,7 @@ void expectPlaquesOnScene(DetectFile const& file, hlvtrace::Scene const& scene)
 
 bool isPng(std::string const& path, std::uint32_t width, std::uint32_t height)
 {
-    std::string bytes = readText(path);
+    std::string bytes = readBytes(path);
     auto bigEndian = [&](std::size_t at) {
         return std::uint32_t(std::uint8_t(bytes[at])) << 24 | std::uint32_t(std::uint8_t(bytes[at + 1])) << 16 |
                std::uint32_t(std::uint8_t(bytes[at + 2])) << 8 | std::uint32_t(std::uint8_t(bytes[at + 3]));
@@ -170,7 +133,7 @@ TEST(Hlvtrace, BuiltInRoomGivesADetectFileWhosePlaquesLieOnTheScene)
     ToolRun run = runHlvtrace(dir, "--json --cameras 8 --threads 2 --out " + dir / "out");
     ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(filesIn(dir / "out").size(), 2u);
-    DetectFile file = readDetect(dir / "out/scene.hlvDetect");
+    Read9 file = read9(dir / "out/scene.hlvDetect");
     ASSERT_EQ(file.answer, READER_OK);
     header_v09 const& header = file.header;
     EXPECT_TRUE(header.rtype);
@@ -202,7 +165,7 @@ TEST(Hlvtrace, OneThreadWritesTheSameBytesTwice)
     TempDir dir;
     ASSERT_EQ(runHlvtrace(dir, "--cameras 2 --threads 1 --out " + dir / "a").status, 0);
     ASSERT_EQ(runHlvtrace(dir, "--cameras 2 --threads 1 --out " + dir / "b").status, 0);
-    std::string a = readText(dir / "a/scene.hlvDetect"), b = readText(dir / "b/scene.hlvDetect");
+    std::string a = readBytes(dir / "a/scene.hlvDetect"), b = readBytes(dir / "b/scene.hlvDetect");
     EXPECT_GT(a.size(), 1000u);
     EXPECT_TRUE(a == b);
 }
@@ -225,8 +188,8 @@ TEST(Hlvtrace, ObjCubeInARoom)
 {
     SKIP_WITHOUT_HLVTRACE();
     TempDir dir;
-    writeText(dir / "room.obj", cubeInARoom);
-    writeText(dir / "room.mtl", "newmtl wall\nKd 0.8 0.8 0.7\nnewmtl red\nKd 0.9 0.1 0.1\n");
+    writeBytes(dir / "room.obj", cubeInARoom);
+    writeBytes(dir / "room.mtl", "newmtl wall\nKd 0.8 0.8 0.7\nnewmtl red\nKd 0.9 0.1 0.1\n");
     ToolRun run = runHlvtrace(dir, "--json --cameras 8 --scene " + dir / "room.obj" + " --out " + dir / "out");
     ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_NE(run.out.find("\"boxCenter\": [0, 1.6, 0], \"boxSize\": [1, 1, 1]"), std::string::npos) << run.out;
@@ -237,7 +200,7 @@ TEST(Hlvtrace, ObjCubeInARoom)
     ASSERT_EQ(scene.materials.size(), 3u);  // wall, red, and the grey of faces without a known material
     EXPECT_FLOAT_EQ(scene.materials[scene.triangleMaterials.back()].diffuse.x, hlvtrace::defaultGrey.x);
     EXPECT_FLOAT_EQ(scene.materials[scene.triangleMaterials[12]].diffuse.x, 0.9f);
-    DetectFile file = readDetect(dir / "out/scene.hlvDetect");
+    Read9 file = read9(dir / "out/scene.hlvDetect");
     ASSERT_EQ(file.answer, READER_OK);
     expectPlaquesOnScene(file, scene);
 }
@@ -248,9 +211,9 @@ TEST(Hlvtrace, RefusesInputsItCannotUse)
 {
     SKIP_WITHOUT_HLVTRACE();
     TempDir dir;
-    writeText(dir / "far.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 9\n");
-    writeText(dir / "points.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\n");
-    writeText(dir / "flat.obj", "v 0 0 0\nv 1 0 0\nv 0 0 1\nf 1 2 3\n");
+    writeBytes(dir / "far.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 9\n");
+    writeBytes(dir / "points.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\n");
+    writeBytes(dir / "flat.obj", "v 0 0 0\nv 1 0 0\nv 0 0 1\nf 1 2 3\n");
     fs::create_directory(dir / "folder.obj");
     struct Case {
         std::string file, problem;
@@ -267,7 +230,7 @@ TEST(Hlvtrace, RefusesInputsItCannotUse)
         EXPECT_EQ(run.err, "hlvtrace: " + c.file + ": " + c.problem + "\n");
         EXPECT_TRUE(filesIn(dir / "out").empty()) << c.file;
     }
-    writeText(dir / "taken", "");
+    writeBytes(dir / "taken", "");
     ToolRun run = runHlvtrace(dir, "--cameras 1 --out " + dir / "taken");
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(run.err, "hlvtrace: " + dir / "taken" + ": cannot be created (Not a directory)\n");
