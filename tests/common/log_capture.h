@@ -3,6 +3,7 @@
 
 #include <holvane/logger.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -28,6 +29,8 @@ struct LogCapture {
         HvSetConsoleLogLevel(TRACE);
         HvSetLogLevelHeader(true);
     }
+
+    bool has(std::string const& line) const { return std::find(lines.begin(), lines.end(), line) != lines.end(); }
 
     // The one line captured, or "<n lines>".
     std::string only() const { return lines.size() == 1 ? lines[0] : "<" + std::to_string(lines.size()) + " lines>"; }
