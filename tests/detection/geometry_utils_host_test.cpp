@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <limits>
+#include <tuple>
 
 using namespace Holvane::Utils;
 
@@ -89,19 +90,15 @@ TEST(FacesForTesting, SelectsTheFacesAPointIsInFrontOfInIndexOrder)
 
 TEST(SphericalUv, TakesUAtThePixelCentreAndVAtItsEdge)
 {
-    float u, v, scale;
-    getSphericalUvalVvalTEST(0, 1, 4, 2, false, u, v, scale);
-    EXPECT_EQ(u, 0.125f);
-    EXPECT_EQ(v, 0.5f);
-    EXPECT_EQ(scale, 1.0f);
-    getSphericalUvalVvalTEST(1, 1, 4, 2, true, u, v, scale);
-    EXPECT_EQ(scale, std::sin(0.5f * 3.1415927f));
-    EXPECT_EQ(u, 0.375f / scale);
-    // At row == height, sin 0 is 0 and u stays undivided.
-    getSphericalUvalVvalTEST(1, 2, 4, 2, true, u, v, scale);
-    EXPECT_EQ(v, 0.0f);
-    EXPECT_EQ(scale, 0.0f);
-    EXPECT_EQ(u, 0.375f);
+    auto uv = [](int column, int row, bool spherical) {
+        float u, v, scale;
+        getSphericalUvalVvalTEST(column, row, 4, 2, spherical, u, v, scale);
+        return std::make_tuple(u, v, scale);
+    };
+    EXPECT_EQ(uv(0, 1, false), std::make_tuple(0.125f, 0.5f, 1.0f));
+    float const sine = std::sin(0.5f * 3.1415927f);
+    EXPECT_EQ(uv(1, 1, true), std::make_tuple(0.375f / sine, 0.5f, sine));
+    EXPECT_EQ(uv(1, 2, true), std::make_tuple(0.375f, 0.0f, 0.0f));  // at row == height, sin 0 is 0: u stays undivided
 }
 
 TEST(ZTooHuge, ComparesWithATenthOfTheFloatPi)
