@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <regex>
 #include <sstream>
 #include <string>
@@ -205,14 +206,11 @@ TEST_F(LoggerTest, ConcurrentMessagesAreNeverTornOnARoute)
     for (auto const& text : log.lines)
         ASSERT_TRUE(text.compare(0, 2, "2|") == 0 && std::regex_match(text.substr(2), line)) << text;
 
-    std::istringstream file(HolvaneTest::readBytes(fileOut));
-    std::string fileLine;
-    int lines = 0;
-    while (std::getline(file, fileLine)) {
+    std::string const written = HolvaneTest::readBytes(fileOut);
+    EXPECT_EQ(std::count(written.begin(), written.end(), '\n'), 2400);
+    std::istringstream file(written);
+    for (std::string fileLine; std::getline(file, fileLine);)
         ASSERT_TRUE(std::regex_match(fileLine, line)) << fileLine;
-        ++lines;
-    }
-    EXPECT_EQ(lines, 2400);
 }
 
 // The log file lives once per process, so each of these runs in a child of its own.
