@@ -9,9 +9,11 @@
 
 namespace HolvaneTest {
 
+using Lines = std::vector<std::string>;
+
 // While it lives, collects every message as "level|text" (newlines kept, no level header) instead of printing.
 struct LogCapture {
-    std::vector<std::string> lines;
+    Lines lines;
 
     LogCapture()
     {

@@ -20,7 +20,6 @@ namespace HolvaneTest {
 using Holvane::BinIO::DetectPlaqueInfo;
 using Holvane::Internal::Bucket;
 using Holvane::Internal::FinishedSample;
-using Lines = std::vector<std::string>;
 
 inline std::string bytesOf(void const* data, std::size_t size)
 {

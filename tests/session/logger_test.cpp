@@ -15,12 +15,12 @@
 
 using namespace Holvane::Logger;
 using HolvaneTest::captureStdout;
+using HolvaneTest::Lines;
 using HolvaneTest::LogCapture;
 using HolvaneTest::runInChild;
 
 namespace {
 
-using Lines = std::vector<std::string>;
 
 // The captured lines run together, with the "2|" of INFO dropped: a line at another level shows its level.
 std::string joinedInfo(Lines const& lines)

@@ -14,7 +14,7 @@ namespace {
 using namespace Holvane;
 using Phase::HvResolutionParam;
 using HolvaneTest::LogCapture;
-using Lines = std::vector<std::string>;
+using HolvaneTest::Lines;
 
 ::testing::AssertionResult isResolution(HvResolutionParam const& r, unsigned long long w, unsigned long long h,
                                         unsigned long long blocks)
