@@ -133,9 +133,7 @@ TEST(Hlvtrace, BuiltInRoomGivesADetectFileWhosePlaquesLieOnTheScene)
     Read9 file = read9(dir / "out/scene.hlvDetect");
     ASSERT_EQ(file.answer, READER_OK);
     header_v09 const& header = file.header;
-    EXPECT_TRUE(header.rtype);
-    EXPECT_EQ(header.widthDisplay, 312);
-    EXPECT_EQ(header.heightDisplay, 208);
+    EXPECT_TRUE(header.rtype && header.widthDisplay == 312 && header.heightDisplay == 208);
     EXPECT_EQ(header.globalScale, 100.0f);
     EXPECT_FLOAT_EQ(header.boxScaleX, 1.0f);
     EXPECT_FLOAT_EQ(header.zov_distance_to_ground, 1.6f);
