@@ -3,7 +3,9 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <functional>
+#include <iterator>
 #include <string>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -62,6 +64,33 @@ inline std::string captureStdout(std::function<void()> const& body)
     close(fd);
     unlink(path);
     return out;
+}
+
+inline std::string readBytes(std::string const& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+inline void writeBytes(std::string const& path, std::string const& bytes)
+{
+    std::ofstream(path, std::ios::binary).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+}
+
+// A command-line tool's exit status (-1 when it did not exit) and what it wrote.
+struct ToolRun {
+    int status;
+    std::string out, err;
+};
+
+// Runs `program` with `arguments` through the shell; its output passes through files named after `scratch`.
+inline ToolRun runTool(std::string const& program, std::string const& arguments, std::string const& scratch)
+{
+    std::string const out = scratch + ".out", err = scratch + ".err";
+    int const raw = std::system((program + " " + arguments + " >" + out + " 2>" + err).c_str());
+    ToolRun run{WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, readBytes(out), readBytes(err)};
+    std::remove(out.c_str()), std::remove(err.c_str());
+    return run;
 }
 
 }  // namespace HolvaneTest

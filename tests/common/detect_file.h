@@ -6,11 +6,28 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <cstring>
 #include <string>
+#include <tuple>
 #include <unistd.h>
 #include <vector>
 
 namespace HolvaneTest {
+
+inline bool sameBits(TavPoint const& a, TavPoint const& b)
+{
+    return std::memcmp(&a, &b, sizeof a) == 0;
+}
+
+// Every field alike, the normal to the bit.
+inline bool samePlaque(Holvane::BinIO::DetectPlaqueInfo const& a, Holvane::BinIO::DetectPlaqueInfo const& b)
+{
+    auto fields = [](Holvane::BinIO::DetectPlaqueInfo const& p) {
+        return std::make_tuple(p.cameraIndex, p.x, p.y, p.isExtrapolated, p.isHair, p.extraFlag, p.level,
+                               p.isTransparent, p.distance);
+    };
+    return fields(a) == fields(b) && sameBits(a.normal, b.normal);
+}
 
 // A fresh, empty file under /tmp; the caller removes it.
 inline std::string tempFile(char const* stem)

@@ -49,20 +49,12 @@ struct DetectionHost {
     {
         using namespace Holvane::Phase;
         HvInitPhase(PHASE_DETECT, Holvane::Util::RenderingEngineId(7));
-        HvSetDraft(false);
-        HvSetCurrentFrame(1, 4);
-        HvSetZovOffset(0, 0, 0);
-        HvSetRenderTransparencyMode(ALL);
-        HvSetOutFilePath(outPath.c_str());
-        HvSetOutputResolution(width, height);
+        HvSetDraft(false), HvSetCurrentFrame(1, 4), HvSetZovOffset(0, 0, 0), HvSetRenderTransparencyMode(ALL);
+        HvSetOutFilePath(outPath.c_str()), HvSetOutputResolution(width, height);
         // The resolution is computed from the settings above.
         HvSetRenderingResolutionParameters(HvComputeRenderingResolutionParameters(width, height));
-        HvSetBucketSize(tile, tile);
-        HvSetThreadNumber(threads);
-        HvSetZovScaling(1.0f, 1.0f, 1.0f);
-        HvSetRenderScale(1.0);
-        HvSetCameraToWorldMatrix(boxToWorld());
-        HvSetTolerance(0.25);
+        HvSetBucketSize(tile, tile), HvSetThreadNumber(threads), HvSetZovScaling(1.0f, 1.0f, 1.0f);
+        HvSetRenderScale(1.0), HvSetCameraToWorldMatrix(boxToWorld()), HvSetTolerance(0.25);
         return HvPhaseBegin();
     }
 

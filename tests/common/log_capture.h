@@ -3,14 +3,17 @@
 
 #include <holvane/logger.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
 namespace HolvaneTest {
 
+using Lines = std::vector<std::string>;
+
 // While it lives, collects every message as "level|text" (newlines kept, no level header) instead of printing.
 struct LogCapture {
-    std::vector<std::string> lines;
+    Lines lines;
 
     LogCapture()
     {
@@ -28,6 +31,8 @@ struct LogCapture {
         HvSetConsoleLogLevel(TRACE);
         HvSetLogLevelHeader(true);
     }
+
+    bool has(std::string const& line) const { return std::find(lines.begin(), lines.end(), line) != lines.end(); }
 
     // The one line captured, or "<n lines>".
     std::string only() const { return lines.size() == 1 ? lines[0] : "<" + std::to_string(lines.size()) + " lines>"; }

@@ -4,12 +4,11 @@
 #include <holvane/detectsample.h>
 
 #include "camera/camera_session.h"
+#include "common/detect_file.h"
 
 #include <array>
 #include <atomic>
 #include <cmath>
-#include <cstring>
-#include <tuple>
 #include <vector>
 
 namespace HolvaneTest {
@@ -58,20 +57,6 @@ struct Scene {
         return true;
     }
 };
-
-inline bool sameBits(TavPoint const& a, TavPoint const& b)
-{
-    return std::memcmp(&a, &b, sizeof a) == 0;
-}
-
-inline bool samePlaque(DetectPlaqueInfo const& a, DetectPlaqueInfo const& b)
-{
-    auto fields = [](DetectPlaqueInfo const& p) {
-        return std::make_tuple(p.cameraIndex, p.x, p.y, p.isExtrapolated, p.isHair, p.extraFlag, p.level,
-                               p.isTransparent, p.distance);
-    };
-    return fields(a) == fields(b) && sameBits(a.normal, b.normal);
-}
 
 inline DetectPlaqueInfo plaqueOf(unsigned camera, int x, int y, float distance, TavPoint normal)
 {

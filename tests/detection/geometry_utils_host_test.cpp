@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <limits>
+#include <tuple>
 
 using namespace Holvane::Utils;
 
@@ -70,14 +71,8 @@ TEST(LinePlaneIntersection, KeepsTheDirectionsLengthAndRefusesParallelLines)
 TEST(FacesForTesting, SelectsTheFacesAPointIsInFrontOfInIndexOrder)
 {
     // The six faces of the box [-1, 1]^3, planes facing inwards.
-    faceinformations_t faces[6] = {};
-    float const planes[6][4] = {{1, 0, 0, 1}, {-1, 0, 0, 1}, {0, 1, 0, 1}, {0, -1, 0, 1}, {0, 0, 1, 1}, {0, 0, -1, 1}};
-    for (int i = 0; i < 6; ++i) {
-        faces[i].a = planes[i][0];
-        faces[i].b = planes[i][1];
-        faces[i].c = planes[i][2];
-        faces[i].d = planes[i][3];
-    }
+    faceinformations_t const faces[6] = {{{}, 1, 0, 0, 1}, {{}, -1, 0, 0, 1}, {{}, 0, 1, 0, 1},
+                                         {{}, 0, -1, 0, 1}, {{}, 0, 0, 1, 1}, {{}, 0, 0, -1, 1}};
     std::vector<int> selected = {42};
     getFacesForTesting(2.0f, 0.0f, 1.0f, faces, selected);  // on the z face counts as in front
     EXPECT_EQ(selected, (std::vector<int>{0, 2, 3, 4, 5}));
@@ -95,19 +90,15 @@ TEST(FacesForTesting, SelectsTheFacesAPointIsInFrontOfInIndexOrder)
 
 TEST(SphericalUv, TakesUAtThePixelCentreAndVAtItsEdge)
 {
-    float u, v, scale;
-    getSphericalUvalVvalTEST(0, 1, 4, 2, false, u, v, scale);
-    EXPECT_EQ(u, 0.125f);
-    EXPECT_EQ(v, 0.5f);
-    EXPECT_EQ(scale, 1.0f);
-    getSphericalUvalVvalTEST(1, 1, 4, 2, true, u, v, scale);
-    EXPECT_EQ(scale, std::sin(0.5f * 3.1415927f));
-    EXPECT_EQ(u, 0.375f / scale);
-    // At row == height, sin 0 is 0 and u stays undivided.
-    getSphericalUvalVvalTEST(1, 2, 4, 2, true, u, v, scale);
-    EXPECT_EQ(v, 0.0f);
-    EXPECT_EQ(scale, 0.0f);
-    EXPECT_EQ(u, 0.375f);
+    auto uv = [](int column, int row, bool spherical) {
+        float u, v, scale;
+        getSphericalUvalVvalTEST(column, row, 4, 2, spherical, u, v, scale);
+        return std::make_tuple(u, v, scale);
+    };
+    EXPECT_EQ(uv(0, 1, false), std::make_tuple(0.125f, 0.5f, 1.0f));
+    float const sine = std::sin(0.5f * 3.1415927f);
+    EXPECT_EQ(uv(1, 1, true), std::make_tuple(0.375f / sine, 0.5f, sine));
+    EXPECT_EQ(uv(1, 2, true), std::make_tuple(0.375f, 0.0f, 0.0f));  // at row == height, sin 0 is 0: u stays undivided
 }
 
 TEST(ZTooHuge, ComparesWithATenthOfTheFloatPi)

@@ -52,10 +52,8 @@ TEST(AovCompaction, FloatsBecomeTruncatedHalvesWithTheStride)
     EXPECT_EQ(bitsOf(colors[0].x), 0x3C00);  // 1.0: truncated, not rounded
     EXPECT_EQ(bitsOf(colors[1].y), 0xAE66);  // toward zero for a negative value too
     EXPECT_EQ(bitsOf(colors[6].z), 0x7C00);  // beyond the range
-    for (int s = 0; s < 7; ++s) {
-        EXPECT_EQ(bitsOf(colors[s].x), bitsOf(half_float::half(justBelowNextHalf * float(s + 1))));
+    for (int s = 0; s < 7; ++s)  // each from its own slot, in order
         EXPECT_EQ(static_cast<float>(colors[s].w), float(s));
-    }
     std::vector<AOVData> back(4);
     std::memset(static_cast<void*>(back.data()), 0xAB, back.size() * sizeof(AOVData));
     std::vector<halfvec2> velocities = {{colors[0].x, colors[1].y}, {colors[6].z, colors[3].w}};

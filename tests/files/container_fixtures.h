@@ -5,10 +5,10 @@
 
 #include <holvane/holvane.h>
 
+#include "common/capture.h"
+
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <iterator>
 #include <string>
 
 namespace HolvaneTest {
@@ -23,17 +23,6 @@ inline std::string tempPath(std::string const& name)
 {
     ::testing::TestInfo const* test = ::testing::UnitTest::GetInstance()->current_test_info();
     return ::testing::TempDir() + "hlv_" + test->test_suite_name() + "_" + test->name() + "_" + name;
-}
-
-inline std::string readBytes(std::string const& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
-inline void writeBytes(std::string const& path, std::string const& bytes)
-{
-    std::ofstream(path, std::ios::binary).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
 }
 
 inline std::string containerPrefix(unsigned char version, unsigned char subversion, std::string const& text)

@@ -5,9 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <sys/wait.h>
-
 using namespace HolvaneTest;
 
 #ifndef HLVINFO_PATH
@@ -16,16 +13,9 @@ using namespace HolvaneTest;
 
 namespace {
 
-struct ToolRun {
-    int status;
-    std::string out, err;
-};
-
 ToolRun runHlvinfo(std::string const& arguments)
 {
-    std::string out = tempPath("out"), err = tempPath("err");
-    int raw = std::system((std::string(HLVINFO_PATH) + " " + arguments + " >" + out + " 2>" + err).c_str());
-    return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, readBytes(out), readBytes(err)};
+    return runTool(HLVINFO_PATH, arguments, tempPath("run"));
 }
 
 }  // namespace

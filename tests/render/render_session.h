@@ -5,6 +5,7 @@
 
 #include <holvane/binio.h>
 
+#include "common/detect_file.h"
 #include "common/log_capture.h"
 #include "session/context.h"
 
@@ -19,7 +20,6 @@ namespace HolvaneTest {
 using Holvane::BinIO::DetectPlaqueInfo;
 using Holvane::Internal::Bucket;
 using Holvane::Internal::FinishedSample;
-using Lines = std::vector<std::string>;
 
 inline std::string bytesOf(void const* data, std::size_t size)
 {
@@ -34,14 +34,6 @@ inline DetectPlaqueInfo plaque(int i)
     p.isExtrapolated = std::uint8_t(i & 1), p.isHair = std::uint8_t((i >> 1) & 1), p.level = std::uint8_t(i % 4);
     p.isTransparent = std::uint8_t((i >> 2) & 1), p.distance = 0.5f + float(i), p.normal = {float(i), -1.0f, 0.25f};
     return p;
-}
-
-inline bool samePlaque(DetectPlaqueInfo const& a, DetectPlaqueInfo const& b)
-{
-    return a.cameraIndex == b.cameraIndex && a.x == b.x && a.y == b.y && a.isExtrapolated == b.isExtrapolated &&
-           a.isHair == b.isHair && a.extraFlag == b.extraFlag && a.level == b.level &&
-           a.isTransparent == b.isTransparent && a.distance == b.distance && a.normal.x == b.normal.x &&
-           a.normal.y == b.normal.y && a.normal.z == b.normal.z;
 }
 
 // Appends plaques first .. first + count - 1 as the sample processing does.

@@ -1,11 +1,12 @@
 #include <holvane/logger.h>
 
 #include "common/capture.h"
+#include "common/log_capture.h"
 #include "session/logger_internal.h"
 
 #include <gtest/gtest.h>
 
-#include <fstream>
+#include <algorithm>
 #include <regex>
 #include <sstream>
 #include <string>
@@ -14,54 +15,56 @@
 
 using namespace Holvane::Logger;
 using HolvaneTest::captureStdout;
+using HolvaneTest::Lines;
+using HolvaneTest::LogCapture;
 using HolvaneTest::runInChild;
 
 namespace {
 
-struct Received {
-    std::vector<std::string> texts;
-    std::vector<LogLevel> levels;
-};
 
-void collect(LogLevel const& level, char const* text, void* user)
-{
-    auto* received = static_cast<Received*>(user);
-    received->texts.push_back(text);
-    received->levels.push_back(level);
-}
-
-std::string joined(std::vector<std::string> const& parts)
+// The captured lines run together, with the "2|" of INFO dropped: a line at another level shows its level.
+std::string joinedInfo(Lines const& lines)
 {
     std::string out;
-    for (auto const& p : parts)
-        out += p;
+    for (auto const& line : lines)
+        out += line.compare(0, 2, "2|") == 0 ? line.substr(2) : line;
     return out;
 }
 
-// Routes everything to a collecting callback with the console off, and puts the defaults back afterwards.
+// The texts, each at `level`, as the capture holds them.
+Lines atLevel(int level, Lines texts)
+{
+    for (std::string& text : texts)
+        text = std::to_string(level) + "|" + text;
+    return texts;
+}
+
+// Captures every message with its level header on, and puts the other switches back afterwards.
 class LoggerTest : public ::testing::Test {
 protected:
-    Received received;
+    LogCapture log;
 
-    void SetUp() override
-    {
-        HvSetConsoleLogLevel(LogLevel(-1));
-        HvSetCallBackLogLevel(TRACE, collect, &received);
-        HvSetCallbackCarriageReturnMode(CR_KEEP);
-    }
-
+    LoggerTest() { HvSetLogLevelHeader(true); }
     void TearDown() override
     {
-        HvSetCallBackLogLevel(LogLevel(-1), nullptr, nullptr);
-        HvSetCallbackCarriageReturnMode(CR_STRIP);
-        HvSetConsoleLogLevel(TRACE);
-        HvSetDateHeader(false);
-        HvSetLogLevelHeader(true);
-        HvHeaderEnable(true);
+        HvSetDateHeader(false), HvHeaderEnable(true);
         Holvane::Internal::setProgressBarMode(true);
         HvSetDoneProgression();
     }
 };
+
+// Six threads of 400 messages each, every message telling its thread by its letters.
+void logFromSixThreads()
+{
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 6; ++t)
+        threads.emplace_back([t] {
+            for (int i = 0; i < 400; ++i)
+                HvOutputLogString(INFO, "thread %d message %d %s\n", t, i, std::string(40, char('a' + t)).c_str());
+        });
+    for (auto& thread : threads)
+        thread.join();
+}
 
 }  // namespace
 
@@ -93,14 +96,12 @@ TEST_F(LoggerTest, HeadersFollowTheirSwitches)
     HvOutputLogCStr(DEBUG, "c");
     HvHeaderEnable(false);
     HvOutputLogCStr(DEBUG, "d");
-    ASSERT_EQ(received.texts.size(), 4u);
-    EXPECT_EQ(received.texts[0], "[INFO] a");
-    EXPECT_EQ(received.texts[1], "b");
-    EXPECT_TRUE(std::regex_match(received.texts[2],
-                                 std::regex(R"(\[\d\d-\d\d-\d{4} \d\d:\d\d:\d\d\] \[DEBUG\] c)")))
-        << received.texts[2];
-    EXPECT_EQ(received.texts[3], "d");
-    EXPECT_EQ(received.levels[2], DEBUG);
+    ASSERT_EQ(log.lines.size(), 4u);
+    EXPECT_EQ(log.lines[0], "2|[INFO] a");
+    EXPECT_EQ(log.lines[1], "2|b");
+    EXPECT_TRUE(std::regex_match(log.lines[2], std::regex(R"(3\|\[\d\d-\d\d-\d{4} \d\d:\d\d:\d\d\] \[DEBUG\] c)")))
+        << log.lines[2];
+    EXPECT_EQ(log.lines[3], "3|d");
 }
 
 TEST_F(LoggerTest, FormattedMessagesAreCutAt10239CharactersAndCStrIsNotFormatted)
@@ -110,10 +111,8 @@ TEST_F(LoggerTest, FormattedMessagesAreCutAt10239CharactersAndCStrIsNotFormatted
     HvOutputLogString(ERROR, "%s", longText.c_str());
     HvOutputLogCStr(ERROR, "100%d");
     HvOutputLogCStr(ERROR, longText.c_str());
-    ASSERT_EQ(received.texts.size(), 3u);
-    EXPECT_EQ(received.texts[0], std::string(10239, 'x'));
-    EXPECT_EQ(received.texts[1], "100%d");
-    EXPECT_EQ(received.texts[2], longText);  // CR_KEEP passes the text whole
+    // CR_KEEP passes the text whole
+    EXPECT_EQ(log.lines, atLevel(ERROR, {std::string(10239, 'x'), "100%d", longText}));
 }
 
 TEST_F(LoggerTest, CallbackCarriageReturnModes)
@@ -130,24 +129,22 @@ TEST_F(LoggerTest, CallbackCarriageReturnModes)
     HvOutputLogCStr(INFO, std::string(5000, 'e').c_str());
     HvSetCallbackCarriageReturnMode(CarriageReturnMode(7));  // any other value keeps the text
     HvOutputLogCStr(INFO, "five\n");
-
-    std::vector<std::string> expected = {
-        "one\n", "two", std::string(4096, 's'), "three\n", "four\n", "\n", std::string(4096, 'e') + "\n", "five\n",
-    };
-    EXPECT_EQ(received.texts, expected);
+    EXPECT_EQ(log.lines, atLevel(INFO, {"one\n", "two", std::string(4096, 's'), "three\n", "four\n", "\n",
+                                        std::string(4096, 'e') + "\n", "five\n"}));
 }
 
 TEST_F(LoggerTest, CallbackThresholdAndUserData)
 {
-    Received other;
-    HvSetCallBackLogLevel(WARNING, collect, &other);
+    LogCapture other;
+    HvSetLogLevelHeader(true);
+    HvSetCallBackLogLevel(WARNING, LogCapture::collect, &other);
     HvOutputLogCStr(INFO, "dropped");
     HvOutputLogCStr(WARNING, "kept");
     HvOutputLogCStr(LogLevel(-3), "more important than ERROR");
-    EXPECT_TRUE(received.texts.empty());
-    ASSERT_EQ(other.texts.size(), 2u);
-    EXPECT_EQ(other.texts[0], "[WARNING] kept");
-    EXPECT_EQ(other.levels[1], LogLevel(-3));
+    EXPECT_TRUE(log.lines.empty());
+    ASSERT_EQ(other.lines.size(), 2u);
+    EXPECT_EQ(other.lines[0], "1|[WARNING] kept");
+    EXPECT_EQ(other.lines[1].substr(0, 3), "-3|");
 }
 
 TEST_F(LoggerTest, ProgressBarMarksEachOfTheFirstTenCallsForTenSteps)
@@ -157,17 +154,15 @@ TEST_F(LoggerTest, ProgressBarMarksEachOfTheFirstTenCallsForTenSteps)
         HvIncreaseprogress();
     // 10/61 is below one, so every call up to the total prints a mark; past the total 61/10 is above one,
     // so nothing ends the bar until HvSetDoneProgression.
-    EXPECT_EQ(joined(received.texts), " |" + std::string(10, '-'));
-    received.texts.clear();
+    EXPECT_EQ(joinedInfo(log.lines), " |" + std::string(10, '-'));
+    log.lines.clear();
     HvSetDoneProgression();
     // Calls past the total still count as marks without printing one: the rest runs from 30 to 61.
-    EXPECT_EQ(joined(received.texts), std::string(32, '-') + "| Done\n");
-    received.texts.clear();
+    EXPECT_EQ(joinedInfo(log.lines), std::string(32, '-') + "| Done\n");
+    log.lines.clear();
     HvSetDoneProgression();
     HvIncreaseprogress();
-    EXPECT_TRUE(received.texts.empty());
-    for (LogLevel level : received.levels)
-        EXPECT_EQ(level, INFO);
+    EXPECT_TRUE(log.lines.empty());
 }
 
 TEST_F(LoggerTest, ProgressBarOfAHundredStepsEndsItself)
@@ -176,8 +171,8 @@ TEST_F(LoggerTest, ProgressBarOfAHundredStepsEndsItself)
     for (int i = 0; i < 102; ++i)
         HvIncreaseprogress();
     // 100/61 in single precision: a mark every second call, "| Done" on the first mark past the total.
-    EXPECT_EQ(joined(received.texts), " |" + std::string(50, '-') + "| Done\n");
-    EXPECT_EQ(received.texts.front(), " |");  // bar output never carries a header
+    EXPECT_EQ(joinedInfo(log.lines), " |" + std::string(50, '-') + "| Done\n");
+    EXPECT_EQ(log.lines.front(), "2| |");  // bar output never carries a header
 }
 
 TEST_F(LoggerTest, PercentageModeWithHeaders)
@@ -188,12 +183,12 @@ TEST_F(LoggerTest, PercentageModeWithHeaders)
         HvIncreaseprogress();
     HvSetDoneProgression();
     // Three marks of four; then k = 1..59 of (100 - 75) / (58 + 2) added to 75, truncated.
-    std::vector<std::string> expected = {"[INFO] 0%\n", "[INFO] 25%\n", "[INFO] 50%\n", "[INFO] 75%\n"};
+    Lines expected = {"[INFO] 0%\n", "[INFO] 25%\n", "[INFO] 50%\n", "[INFO] 75%\n"};
     float r = 25.0f / 60;
     for (int k = 1; k <= 59; ++k)
         expected.push_back("[INFO] " + std::to_string(static_cast<int>(k * r + 75.0f)) + "%\n");
     expected.push_back("[INFO] 100%\n");
-    EXPECT_EQ(received.texts, expected);
+    EXPECT_EQ(log.lines, atLevel(INFO, expected));
 }
 
 TEST_F(LoggerTest, ConcurrentMessagesAreNeverTornOnARoute)
@@ -201,39 +196,21 @@ TEST_F(LoggerTest, ConcurrentMessagesAreNeverTornOnARoute)
     std::string fileOut = testing::TempDir() + "hv-logger-threads.log";
     std::string childOut = runInChild([&] {
         HvSetFileLogLevel(TRACE, fileOut.c_str(), "w");
-        std::vector<std::thread> threads;
-        for (int t = 0; t < 6; ++t)
-            threads.emplace_back([t] {
-                for (int i = 0; i < 400; ++i)
-                    HvOutputLogString(INFO, "thread %d message %d %s\n", t, i, std::string(40, char('a' + t)).c_str());
-            });
-        for (auto& th : threads)
-            th.join();
+        logFromSixThreads();
     });
     EXPECT_EQ(childOut, "");
-
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 6; ++t)
-        threads.emplace_back([t] {
-            for (int i = 0; i < 400; ++i)
-                HvOutputLogString(INFO, "thread %d message %d %s\n", t, i, std::string(40, char('a' + t)).c_str());
-        });
-    for (auto& th : threads)
-        th.join();
+    logFromSixThreads();
 
     std::regex line(R"(\[INFO\] thread (\d) message \d+ ([a-f])\2{39}\n?)");
-    ASSERT_EQ(received.texts.size(), 2400u);
-    for (auto const& text : received.texts)
-        ASSERT_TRUE(std::regex_match(text, line)) << text;
+    ASSERT_EQ(log.lines.size(), 2400u);
+    for (auto const& text : log.lines)
+        ASSERT_TRUE(text.compare(0, 2, "2|") == 0 && std::regex_match(text.substr(2), line)) << text;
 
-    std::ifstream file(fileOut);
-    std::string fileLine;
-    int lines = 0;
-    while (std::getline(file, fileLine)) {
+    std::string const written = HolvaneTest::readBytes(fileOut);
+    EXPECT_EQ(std::count(written.begin(), written.end(), '\n'), 2400);
+    std::istringstream file(written);
+    for (std::string fileLine; std::getline(file, fileLine);)
         ASSERT_TRUE(std::regex_match(fileLine, line)) << fileLine;
-        ++lines;
-    }
-    EXPECT_EQ(lines, 2400);
 }
 
 // The log file lives once per process, so each of these runs in a child of its own.
@@ -254,10 +231,7 @@ TEST(LoggerFile, OpeningRulesAndMessages)
     EXPECT_EQ(out, "A file path is required to enable file logging."
                    "Could not open file for logging /nonexistent-dir/x.log."
                    "Disable the file log first before opening a new file to log to.");
-    std::ifstream file(path);
-    std::stringstream content;
-    content << file.rdbuf();
-    EXPECT_EQ(content.str(), "[INFO] first\n[DEBUG] second\n");
+    EXPECT_EQ(HolvaneTest::readBytes(path), "[INFO] first\n[DEBUG] second\n");
 }
 
 TEST(LoggerFile, DefaultFileLevelIsErrorAndAFailedFileIsReportedAtUnload)
@@ -270,10 +244,7 @@ TEST(LoggerFile, DefaultFileLevelIsErrorAndAFailedFileIsReportedAtUnload)
                   HvOutputLogCStr(ERROR, "written\n");
               }),
               "");
-    std::ifstream file(path);
-    std::stringstream content;
-    content << file.rdbuf();
-    EXPECT_EQ(content.str(), "[ERROR] written\n");
+    EXPECT_EQ(HolvaneTest::readBytes(path), "[ERROR] written\n");
 
     std::string out = runInChild([] {
         HvSetConsoleLogLevel(LogLevel(-1));

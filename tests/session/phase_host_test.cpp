@@ -9,7 +9,7 @@
 #include <exception>
 
 using namespace Holvane::Phase;
-using Lines = std::vector<std::string>;
+using HolvaneTest::Lines;
 
 namespace {
 void init(int phase)

@@ -15,7 +15,7 @@
 using namespace Holvane::Phase;
 using Holvane::Internal::session;
 using HolvaneTest::LogCapture;
-using Lines = std::vector<std::string>;
+using HolvaneTest::Lines;
 
 namespace {
 

@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -15,12 +14,7 @@ namespace {
 using namespace Holvane;
 using Phase::HvResolutionParam;
 using HolvaneTest::LogCapture;
-using Lines = std::vector<std::string>;
-
-bool logged(LogCapture const& log, std::string const& line)
-{
-    return std::find(log.lines.begin(), log.lines.end(), line) != log.lines.end();
-}
+using HolvaneTest::Lines;
 
 ::testing::AssertionResult isResolution(HvResolutionParam const& r, unsigned long long w, unsigned long long h,
                                         unsigned long long blocks)
@@ -49,13 +43,10 @@ protected:
     // A phase with everything the resolution queries need.
     static void configure(Phase::Phase phase, std::string const& detectFile)
     {
-        Phase::HvInitPhase(phase, Util::RenderingEngineId(3));
-        Phase::HvSetDraft(false);
-        Phase::HvSetCurrentFrame(1, 4);
-        Phase::HvSetZovOffset(0, 0, 0);
-        Phase::HvSetOutputResolution(312, 208);
-        Phase::HvSetRenderTransparencyMode(Phase::ALL);
-        Phase::HvSetDetectFilePath(detectFile.c_str());
+        using namespace Phase;
+        HvInitPhase(phase, Util::RenderingEngineId(3));
+        HvSetDraft(false), HvSetCurrentFrame(1, 4), HvSetZovOffset(0, 0, 0), HvSetOutputResolution(312, 208);
+        HvSetRenderTransparencyMode(ALL), HvSetDetectFilePath(detectFile.c_str());
     }
 
     std::vector<std::string> files;
@@ -90,12 +81,12 @@ TEST_F(Resolution, DetectionAnswersTheOutputResolutionAndRefusesBlocks)
     Phase::HvSetOutputResolution(624, 416);
     LogCapture log;
     EXPECT_TRUE(isResolution(Phase::HvComputeRenderingResolutionParameters(100ULL, 50ULL), 624, 416, 1));
-    EXPECT_TRUE(logged(log, "1|[Holvane] Rendering resolution is different than the final Hlv file resolution, "
+    EXPECT_TRUE(log.has("1|[Holvane] Rendering resolution is different than the final Hlv file resolution, "
                             "this is not supported in the detection phase.\n"));
     EXPECT_TRUE(isResolution(Phase::HvComputeRenderingResolutionParameters(4ULL), 624, 416, 1));
-    EXPECT_TRUE(logged(log, "1|[Holvane] multiple blocks for the detection phase is not supported.\n"));
+    EXPECT_TRUE(log.has("1|[Holvane] multiple blocks for the detection phase is not supported.\n"));
     EXPECT_FALSE(Phase::HvSetRenderingResolutionParameters(HvResolutionParam{624, 416, 2, true}));
-    EXPECT_TRUE(logged(log, "0|[Holvane] Unable to render multiple blocks during the detection phase.\n"));
+    EXPECT_TRUE(log.has("0|[Holvane] Unable to render multiple blocks during the detection phase.\n"));
 }
 
 TEST_F(Resolution, IncompleteContextNamesWhatIsMissing)
@@ -153,9 +144,9 @@ TEST_F(Resolution, NoBlockIsAcceptedOnlyForAnEmptyDetectFile)
     configure(Phase::PHASE_RENDER, detectFile(5));
     LogCapture log;
     EXPECT_FALSE(Phase::HvSetRenderingResolutionParameters(noBlock));
-    EXPECT_TRUE(logged(log, "0|[Holvane] You must have at least one block to render\n"));
+    EXPECT_TRUE(log.has("0|[Holvane] You must have at least one block to render\n"));
     EXPECT_FALSE(Phase::HvSetRenderingResolutionParameters(HvResolutionParam{10, 10, 1, false}));
-    EXPECT_TRUE(logged(log, "0|[Holvane] invalid resolution params.\n"));
+    EXPECT_TRUE(log.has("0|[Holvane] invalid resolution params.\n"));
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 // hlvtrace, run as a user runs it: its files, its summary, its refusals.
 
+#include "files/container_fixtures.h"
 #include "tools/scene_distance.h"
 
 #include "obj_scene.h"
@@ -11,13 +12,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
+#include <iterator>
 #include <string>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #ifndef HLVTRACE_PATH
@@ -41,29 +39,9 @@ struct TempDir {
     std::string operator/(std::string const& name) const { return (path / name).string(); }
 };
 
-std::string readText(std::string const& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
-void writeText(std::string const& path, std::string const& text) { std::ofstream(path, std::ios::binary) << text; }
-
-struct ToolRun {
-    int status;
-    std::string out, err;
-};
-
 ToolRun runHlvtrace(TempDir const& dir, std::string const& arguments)
 {
-    std::string out = dir / "stdout.txt", err = dir / "stderr.txt";
-    int raw = std::system((std::string(HLVTRACE_PATH) + " " + arguments + " >" + out + " 2>" + err).c_str());
-    ToolRun run{WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, readText(out), readText(err)};
-    fs::remove(out);
-    fs::remove(err);
-    return run;
+    return runTool(HLVTRACE_PATH, arguments, dir / "run");
 }
 
 // The number after "key": in the one-line JSON summary.
@@ -73,27 +51,9 @@ double jsonNumber(std::string const& json, std::string const& key)
     return at == std::string::npos ? -1.0 : std::atof(json.c_str() + at + key.size() + 4);
 }
 
-std::vector<std::string> filesIn(fs::path const& dir)
+std::ptrdiff_t filesIn(std::string const& dir)
 {
-    std::vector<std::string> names;
-    if (fs::is_directory(dir))
-        for (auto const& entry : fs::directory_iterator(dir))
-            names.push_back(entry.path().filename().string());
-    return names;
-}
-
-struct DetectFile {
-    HlvReaderError answer;
-    header_v09 header;
-    hlvRenderSample5Aovs_t data;
-};
-
-DetectFile readDetect(std::string const& path)
-{
-    DetectFile file;
-    int hashSum = 0;
-    file.answer = hlvReader_v9(path.c_str(), file.header, file.data, hashSum);
-    return file;
+    return fs::is_directory(dir) ? std::distance(fs::directory_iterator(dir), fs::directory_iterator()) : 0;
 }
 
 // The plaque's point in the world: from its camera (box frame) along the centre of its pixel, at its
@@ -115,7 +75,7 @@ Point3 plaquePoint(header_v09 const& header, DetectPlaqueInfo const& plaque,
 
 // Every opaque plaque that rests on a real hit lies on a triangle of the scene, to within its own footprint:
 // a pixel at the face centre spans 4/H radians, and a plaque of level L spans 2^L pixels.
-void expectPlaquesOnScene(DetectFile const& file, hlvtrace::Scene const& scene)
+void expectPlaquesOnScene(Read9 const& file, hlvtrace::Scene const& scene)
 {
     header_v09 const& header = file.header;
     std::vector<std::vector<TavPoint>> directions;
@@ -143,15 +103,15 @@ void expectPlaquesOnScene(DetectFile const& file, hlvtrace::Scene const& scene)
     EXPECT_GT(checked, file.data.fillHoles.size() / 2) << extrapolated << " extrapolated";
 }
 
+// A PNG file whose header gives the size, in big-endian words.
 bool isPng(std::string const& path, std::uint32_t width, std::uint32_t height)
 {
-    std::string bytes = readText(path);
-    auto bigEndian = [&](std::size_t at) {
-        return std::uint32_t(std::uint8_t(bytes[at])) << 24 | std::uint32_t(std::uint8_t(bytes[at + 1])) << 16 |
-               std::uint32_t(std::uint8_t(bytes[at + 2])) << 8 | std::uint32_t(std::uint8_t(bytes[at + 3]));
-    };
-    return bytes.size() > 24 && bytes.compare(0, 8, "\x89PNG\r\n\x1a\n") == 0 && bigEndian(16) == width &&
-           bigEndian(20) == height;
+    std::string const bytes = readBytes(path);
+    std::string size;
+    for (std::uint32_t value : {width, height})
+        for (int shift = 24; shift >= 0; shift -= 8)
+            size += char(value >> shift);
+    return bytes.size() > 24 && bytes.compare(0, 8, "\x89PNG\r\n\x1a\n") == 0 && bytes.compare(16, 8, size) == 0;
 }
 
 #define SKIP_WITHOUT_HLVTRACE()                                         \
@@ -169,13 +129,11 @@ TEST(Hlvtrace, BuiltInRoomGivesADetectFileWhosePlaquesLieOnTheScene)
     TempDir dir;
     ToolRun run = runHlvtrace(dir, "--json --cameras 8 --threads 2 --out " + dir / "out");
     ASSERT_EQ(run.status, 0) << run.err;
-    EXPECT_EQ(filesIn(dir / "out").size(), 2u);
-    DetectFile file = readDetect(dir / "out/scene.hlvDetect");
+    EXPECT_EQ(filesIn(dir / "out"), 2);
+    Read9 file = read9(dir / "out/scene.hlvDetect");
     ASSERT_EQ(file.answer, READER_OK);
     header_v09 const& header = file.header;
-    EXPECT_TRUE(header.rtype);
-    EXPECT_EQ(header.widthDisplay, 312);
-    EXPECT_EQ(header.heightDisplay, 208);
+    EXPECT_TRUE(header.rtype && header.widthDisplay == 312 && header.heightDisplay == 208);
     EXPECT_EQ(header.globalScale, 100.0f);
     EXPECT_FLOAT_EQ(header.boxScaleX, 1.0f);
     EXPECT_FLOAT_EQ(header.zov_distance_to_ground, 1.6f);
@@ -202,7 +160,7 @@ TEST(Hlvtrace, OneThreadWritesTheSameBytesTwice)
     TempDir dir;
     ASSERT_EQ(runHlvtrace(dir, "--cameras 2 --threads 1 --out " + dir / "a").status, 0);
     ASSERT_EQ(runHlvtrace(dir, "--cameras 2 --threads 1 --out " + dir / "b").status, 0);
-    std::string a = readText(dir / "a/scene.hlvDetect"), b = readText(dir / "b/scene.hlvDetect");
+    std::string a = readBytes(dir / "a/scene.hlvDetect"), b = readBytes(dir / "b/scene.hlvDetect");
     EXPECT_GT(a.size(), 1000u);
     EXPECT_TRUE(a == b);
 }
@@ -225,8 +183,8 @@ TEST(Hlvtrace, ObjCubeInARoom)
 {
     SKIP_WITHOUT_HLVTRACE();
     TempDir dir;
-    writeText(dir / "room.obj", cubeInARoom);
-    writeText(dir / "room.mtl", "newmtl wall\nKd 0.8 0.8 0.7\nnewmtl red\nKd 0.9 0.1 0.1\n");
+    writeBytes(dir / "room.obj", cubeInARoom);
+    writeBytes(dir / "room.mtl", "newmtl wall\nKd 0.8 0.8 0.7\nnewmtl red\nKd 0.9 0.1 0.1\n");
     ToolRun run = runHlvtrace(dir, "--json --cameras 8 --scene " + dir / "room.obj" + " --out " + dir / "out");
     ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_NE(run.out.find("\"boxCenter\": [0, 1.6, 0], \"boxSize\": [1, 1, 1]"), std::string::npos) << run.out;
@@ -237,7 +195,7 @@ TEST(Hlvtrace, ObjCubeInARoom)
     ASSERT_EQ(scene.materials.size(), 3u);  // wall, red, and the grey of faces without a known material
     EXPECT_FLOAT_EQ(scene.materials[scene.triangleMaterials.back()].diffuse.x, hlvtrace::defaultGrey.x);
     EXPECT_FLOAT_EQ(scene.materials[scene.triangleMaterials[12]].diffuse.x, 0.9f);
-    DetectFile file = readDetect(dir / "out/scene.hlvDetect");
+    Read9 file = read9(dir / "out/scene.hlvDetect");
     ASSERT_EQ(file.answer, READER_OK);
     expectPlaquesOnScene(file, scene);
 }
@@ -248,9 +206,9 @@ TEST(Hlvtrace, RefusesInputsItCannotUse)
 {
     SKIP_WITHOUT_HLVTRACE();
     TempDir dir;
-    writeText(dir / "far.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 9\n");
-    writeText(dir / "points.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\n");
-    writeText(dir / "flat.obj", "v 0 0 0\nv 1 0 0\nv 0 0 1\nf 1 2 3\n");
+    writeBytes(dir / "far.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 9\n");
+    writeBytes(dir / "points.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\n");
+    writeBytes(dir / "flat.obj", "v 0 0 0\nv 1 0 0\nv 0 0 1\nf 1 2 3\n");
     fs::create_directory(dir / "folder.obj");
     struct Case {
         std::string file, problem;
@@ -265,9 +223,9 @@ TEST(Hlvtrace, RefusesInputsItCannotUse)
         ToolRun run = runHlvtrace(dir, "--scene " + c.file + " --out " + dir / "out");
         EXPECT_EQ(run.status, 1) << c.file;
         EXPECT_EQ(run.err, "hlvtrace: " + c.file + ": " + c.problem + "\n");
-        EXPECT_TRUE(filesIn(dir / "out").empty()) << c.file;
+        EXPECT_EQ(filesIn(dir / "out"), 0) << c.file;
     }
-    writeText(dir / "taken", "");
+    writeBytes(dir / "taken", "");
     ToolRun run = runHlvtrace(dir, "--cameras 1 --out " + dir / "taken");
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(run.err, "hlvtrace: " + dir / "taken" + ": cannot be created (Not a directory)\n");
