@@ -127,6 +127,31 @@ TEST(FilterPlaques, SmallOnlyTakesPlaquesSmallerThanTheThresholdOnTheSurface)
     EXPECT_EQ(log.lines[0], "3|Filtering plaques smaller than 1.000000 among 15 samples\n");
 }
 
+// Records of a damaged list: a cell at the image's right end (in 9 x 6 its lower right neighbour would be
+// one past the grid, in 9 x 5 its right neighbour), a pixel far outside, a NaN distance, three records on one
+// pixel. Nothing folds and nothing is read outside the grid (the sanitizer build checks that).
+TEST(FilterPlaques, DamagedListsStayInsideTheImage)
+{
+    float const flat[4] = {5.0f, 5.0f, 5.0f, 5.0f};
+    for (unsigned long long height : {6ULL, 5ULL}) {
+        std::vector<DetectPlaqueInfo> records;
+        addCell(records, 0, 8, 3 + int(height == 6), flat);
+        for (float d : {std::nanf(""), 5.0f, 5.0f, 5.0f})
+            records.push_back(plaqueAt(0, 0, 0, d));
+        records.push_back(plaqueAt(0, 65535, 65535, 5.0f));
+        records.push_back(plaqueAt(0, 8, 0, 5.0f));
+        std::size_t const count = records.size();
+        std::vector<DetectPlaqueInfo> isolated;
+        LogCapture log;
+        filterPlaques(records, 9, height, 1e6f, true, isolated);
+        EXPECT_TRUE(records.size() == count && isolated.empty()) << height;
+        RenderingContext tiny;
+        tiny.width = 1, tiny.height = 1;
+        filterPlaqueLevels(tiny, 1e6f, records);
+        EXPECT_EQ(records.size(), count);
+    }
+}
+
 TEST(FilterPlaques, AnEmptyListLogsTheZeroGainForm)
 {
     std::vector<DetectPlaqueInfo> records, isolated;
