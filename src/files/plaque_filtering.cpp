@@ -157,16 +157,12 @@ private:
         std::size_t const p = pixelIndex(record);
         // The last pixel of the image has no right neighbour, and the pixel below the last row's right end
         // none either: both would lie beyond the grid.
-        if (p + 1 >= grid.size())
+        if (p + 1 >= grid.size() || !usable(grid[p + 1]))
             return false;
         std::uint64_t const b = below[p];
-        if (b + 1 >= grid.size())
+        if (b + 1 >= grid.size() || !usable(grid[b]) || !usable(grid[b + 1]))
             return false;
-        std::uint32_t const others[3] = {grid[p + 1], grid[b], grid[b + 1]};
-        for (std::uint32_t other : others)
-            if (!usable(other))
-                return false;
-        quad = {i, others[0], others[1], others[2]};
+        quad = {i, grid[p + 1], grid[b], grid[b + 1]};
         return true;
     }
 

@@ -6,7 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <tuple>
+#include <cstdint>
 
 namespace Holvane {
 namespace Internal {
@@ -32,13 +32,11 @@ bool nearer(float a, float b)
     return !std::isnan(a) && (std::isnan(b) || a < b);
 }
 
-// Opaque before transparent, then by camera, pixel and distance.
-bool beforeInRedundancyOrder(DetectPlaqueInfo const& a, DetectPlaqueInfo const& b)
+// Transparency, camera, x and y in one number, in that order of weight.
+std::uint64_t pixelKey(DetectPlaqueInfo const& p)
 {
-    auto const key = [](DetectPlaqueInfo const& p) { return std::make_tuple(p.isTransparent, p.cameraIndex, p.x, p.y); };
-    if (key(a) != key(b))
-        return key(a) < key(b);
-    return nearer(a.distance, b.distance);
+    return std::uint64_t(p.isTransparent) << 48 | std::uint64_t(p.cameraIndex) << 32 | std::uint64_t(p.x) << 16 |
+           std::uint64_t(p.y);
 }
 
 bool sameIdentity(DetectPlaqueInfo const& a, DetectPlaqueInfo const& b)
@@ -51,8 +49,12 @@ bool sameIdentity(DetectPlaqueInfo const& a, DetectPlaqueInfo const& b)
 
 void RemoveRedundancies(std::vector<DetectPlaqueInfo>& records, RenderingContext const& context, float tolerance)
 {
-    // Stable, so that records equal in every key keep the order in which they came.
-    std::stable_sort(records.begin(), records.end(), beforeInRedundancyOrder);
+    // Opaque before transparent, then by camera, pixel and distance. Stable, so that records equal in every
+    // key keep the order in which they came.
+    std::stable_sort(records.begin(), records.end(), [](DetectPlaqueInfo const& a, DetectPlaqueInfo const& b) {
+        std::uint64_t const keyA = pixelKey(a), keyB = pixelKey(b);
+        return keyA != keyB ? keyA < keyB : nearer(a.distance, b.distance);
+    });
     double const scale = context.renderScale;
     double const base = static_cast<double>(tolerance) * 100.0;
     DetectPlaqueInfo reference;  // matches no record of a real image: column 0xFFFF
