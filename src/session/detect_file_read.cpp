@@ -1,12 +1,15 @@
 #include <holvane/container.h>
 #include <holvane/fileheader.h>
 #include <holvane/logger.h>
+#include <holvane/trees.h>
 
 #include "camera/camera_rig.h"
 #include "camera/cube_image.h"
 #include "session/context.h"
 #include "session/detect_file_read.h"
 #include "session/phase_internal.h"
+
+#include <memory>
 
 namespace Holvane {
 namespace Internal {
@@ -22,6 +25,21 @@ void takeCamerasFrom(BinIO::header_v09 const& header)
     rig.cameras = header.cameras.locations;
     rig.cameraWeights = header.cameras.priorities;
     rig.cameraMasks = header.cameras.directions;
+}
+
+// The tree over the file's plaques that the finishing of render pixels asks for overlaps: the plaques as the
+// detection saw them, with the file's cameras (already taken over into the session's rig), image size, scale
+// and tolerance, at their true size.
+void buildPlaqueTree(BinIO::header_v09 const& header)
+{
+    SessionRenderingContext& rc = session().renderingContext;
+    RenderingContext context;
+    context.rig = &rc.rig;
+    context.width = header.widthDisplay;
+    context.height = header.heightDisplay;
+    context.renderScale = header.globalScale;
+    context.tolerance = header.tolerance;
+    rc.plaqueTree = std::make_unique<PlaqueKDTree>(context, session().detectPlaques, 1.0f);
 }
 
 // A plaque whose camera ray misses the clipping sphere can't be seen through it and is dropped, keeping the
@@ -58,7 +76,8 @@ void readDetectFileForRender()
     s.detectPlaques = std::move(data.fillHoles);
     s.detectExtra = std::move(data.completion);
     takeCamerasFrom(header);
-    // joins here: the plaque tree over detectPlaques, unless transparencyMode is TRANSP.
+    if (s.transparencyMode.get() != Phase::TRANSP)
+        buildPlaqueTree(header);
     if (s.clipEnabled && !s.clipInverted)
         keepPlaquesInsideClippingSphere(header.widthDisplay, header.heightDisplay);
     s.outputWidth = double(header.widthDisplay);
