@@ -96,3 +96,22 @@ TEST_F(FillHoleIndices, OpaqueThenTransparentEachEndingInItsFoldedPlaques)
     EXPECT_EQ(list.size(), 5u);
     EXPECT_EQ(list[1].distance, 10.0f);
 }
+
+// A damaged list: cameras the rig doesn't have, pixels outside the image, NaN distances and normals, many
+// records on one point. It is cleaned without reading outside anything (the sanitizer build checks that).
+TEST_F(FillHoleIndices, DamagedListIsCleanedWithoutReachingOutside)
+{
+    std::vector<DetectPlaqueInfo> list;
+    for (int k = 0; k < 6; ++k) {
+        list.push_back(plaque(200 + k % 2, 65535, 65535, 1.0f, k % 3 == 0));
+        list.push_back(plaque(k % 2, 2, 2, std::nanf(""), k % 3 == 0));
+        list.push_back(plaque(1, 4, 4, 1.0f + 0.5f * float(k)));
+        list.back().normal = {std::nanf(""), 0.0f, 1.0f};
+    }
+    list.push_back(plaque(3, 623, 415, 1.0f));
+    processFillHoleIndices(context, list, 1.0f);
+    EXPECT_LE(list.size(), 19u);
+    std::vector<DetectPlaqueInfo> one = {plaque(255, 623, 415, 1.0f)};
+    processFillHoleIndices(context, one, 1.0f);
+    EXPECT_EQ(one.size(), 1u);
+}
