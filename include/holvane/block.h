@@ -2,8 +2,11 @@
 #define HOLVANE_BLOCK_H
 
 #include <holvane/export.h>
+#include <holvane/plaque.h>
+#include <holvane/records.h>
 
 #include <string>
+#include <vector>
 
 namespace Holvane {
 namespace Block {
@@ -23,6 +26,12 @@ HV_API bool HvGetRenderingResolutionFromBlockCount(char const* path, unsigned lo
 HV_API std::string HvGetDetectPhaseFileFromHolvaneContext();
 // A detect file read instead of the set one; it may be set at any time.
 HV_API void HvSetDetectPhaseOverride(std::string const& path);
+
+// The detection's plaques made ready for the detect file: redundant plaques and plaques that others cover
+// removed, small neighbours folded into coarser plaques. Opaque plaques come first, transparent ones after
+// them, each group ending in its folded plaques. `context` is that of the detection's image.
+HV_API void processFillHoleIndices(RenderingContext const& context, std::vector<BinIO::DetectPlaqueInfo>& records,
+                                   float globalScale);
 
 }  // namespace v2_0
 }  // namespace Block

@@ -19,5 +19,6 @@
 #include <holvane/trees.h>
 #include <holvane/overlap.h>
 #include <holvane/utils.h>
+#include <holvane/fillhole.h>
 
 #endif

@@ -1,5 +1,6 @@
 // The end of a phase: the spool becomes the phase's one output file.
 
+#include <holvane/block.h>
 #include <holvane/container.h>
 #include <holvane/logger.h>
 
@@ -119,7 +120,20 @@ std::vector<unsigned char> completionFlags()
     return flags;
 }
 
-// Detection phase: the plaques go to the fill-hole block, the pixel flags to the completion block.
+// The geometry of the detection's plaques: the session's rig at the file's display size.
+RenderingContext detectionContext(header_v09 const& header)
+{
+    HolvaneContext const& s = session();
+    RenderingContext context;
+    context.rig = &s.renderingContext.rig;
+    context.width = header.widthDisplay;
+    context.height = header.heightDisplay;
+    context.renderScale = s.renderScale.get();
+    context.tolerance = header.tolerance;
+    return context;
+}
+
+// Detection phase: the plaques, cleaned, go to the fill-hole block, the pixel flags to the completion block.
 void readDetectSpool(ClosingFile& spool, header_v09& header, hlvRenderSample5Aovs_t& data)
 {
     HolvaneContext const& s = session();
@@ -133,7 +147,7 @@ void readDetectSpool(ClosingFile& spool, header_v09& header, hlvRenderSample5Aov
     closeSpool(spool);
     HvOutputLogCStr(Logger::INFO, "[Holvane] processing data.\n");
     data.completion = completionFlags();
-    // joins here: processFillHoleIndices; until the post-processing lands, the plaques go to the file as recorded
+    Block::processFillHoleIndices(detectionContext(header), data.fillHoles, s.renderScale.get());
     header.fillHoleCount = data.fillHoles.size();
     HvOutputLogString(Logger::INFO, "[Holvane] flushing %d samples to file.\n", int(header.fillHoleCount));
 }

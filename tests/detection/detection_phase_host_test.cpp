@@ -70,8 +70,9 @@ protected:
 
 }  // namespace
 
-// Four threads at once: the file holds what the buckets received, no camera pixel twice, and each plaque's
-// camera, pixel and distance lead back to a surface that the camera really sees there.
+// Four threads at once: the file holds what the buckets received, cleaned of repeated and covered plaques, no
+// camera pixel twice, and each plaque's camera, pixel and distance lead back to a surface that the camera
+// really sees there.
 TEST_F(DetectionPhase, FourThreadsRecordEachVisiblePatchOnceUnderTheCameraThatSeesIt)
 {
     DetectionHost host;
@@ -82,11 +83,13 @@ TEST_F(DetectionPhase, FourThreadsRecordEachVisiblePatchOnceUnderTheCameraThatSe
 
     EXPECT_TRUE(file.header.rtype);
     EXPECT_EQ(file.header.fillHoleCount, plaques.size());
-    EXPECT_EQ(plaques.size(), host.plaquesFlushed.load());
+    // The cleaning drops repeats on one layer and plaques that others cover: a small share in this scene.
+    EXPECT_LE(plaques.size(), host.plaquesFlushed.load());
+    EXPECT_GT(plaques.size(), host.plaquesFlushed.load() * 98 / 100);
     EXPECT_EQ(file.data.completion.size(), host.width * host.height);
     ASSERT_GT(plaques.size(), 10000u);
 
-    std::set<std::tuple<int, int, int>> seen;
+    std::set<std::tuple<int, int, int, int>> seen;  // camera, pixel and level: a folded plaque keeps a pixel
     std::size_t off = 0, extrapolated = 0;
     for (DetectPlaqueInfo const& plaque : plaques) {
         EXPECT_EQ(plaque.isTransparent, 0);
@@ -94,7 +97,7 @@ TEST_F(DetectionPhase, FourThreadsRecordEachVisiblePatchOnceUnderTheCameraThatSe
             ++extrapolated;
             continue;
         }
-        EXPECT_TRUE(seen.insert({plaque.cameraIndex, plaque.x, plaque.y}).second)
+        EXPECT_TRUE(seen.insert({plaque.cameraIndex, plaque.x, plaque.y, plaque.level}).second)
             << "camera " << int(plaque.cameraIndex) << " pixel " << plaque.x << "," << plaque.y << " twice";
         PlaqueCheck const check = checkPlaque(host, file, plaque);
         if (check.surfaceGap > 0.01 + 1e-4 * plaque.distance || std::fabs(check.firstHitGap) > 0.01 + 1e-4 * plaque.distance)
