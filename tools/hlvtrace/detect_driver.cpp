@@ -30,6 +30,15 @@ std::vector<Tile> cutIntoTiles(unsigned width, unsigned height, unsigned side)
 
 namespace {
 
+// A bucket's memory image is a 20-byte head, one mask byte per pixel and 28 bytes per plaque: its size tells how
+// many plaques the library kept for the tile.
+std::uint64_t plaquesInBucket(unsigned index, Tile const& tile)
+{
+    long long const size = BinIO::HvProcessBucketGetBufferSize(index);
+    long long const pixels = (long long)(tile.xMax - tile.xMin) * (tile.yMax - tile.yMin);
+    return size > 20 + pixels ? std::uint64_t(size - 20 - pixels) / 28 : 0;
+}
+
 void renderTile(Worker& worker, Tile const& tile, DebugImage& image, Progress& progress)
 {
     Clock::time_point start = Clock::now();
@@ -38,6 +47,7 @@ void renderTile(Worker& worker, Tile const& tile, DebugImage& image, Progress& p
         for (int x = tile.xMin; x < tile.xMax; ++x)
             samplePixel(worker, x, y, image);
     Clock::time_point flush = Clock::now();
+    worker.stats.plaquesRecorded += plaquesInBucket(worker.index, tile);
     BinIO::HvProcessBucketFlushToFile(worker.index);
     worker.stats.libraryNs += nanosecondsSince(flush);
     worker.stats.busyNs += nanosecondsSince(start);

@@ -2,7 +2,7 @@
 // detection phase exactly as a renderer plug-in does, then writes the hlvDetect file and a debug picture.
 //
 //   hlvtrace [--scene FILE.obj] [--out DIR] [--width W] [--threads N] [--box-center X,Y,Z]
-//            [--box-size S|X,Y,Z] [--scale CM] [--tolerance T] [--json] [--verbose]
+//            [--box-size S|X,Y,Z] [--scale CM] [--tolerance T] [--detect-as-render FILE] [--json] [--verbose]
 //
 // Exit status: 0 on success, 1 when an input can't be used or the run fails (one line on standard error),
 // 2 on a usage error.
@@ -17,9 +17,11 @@
 #include "summary.h"
 
 #include <holvane/container.h>
+#include <holvane/holvane.h>
 
 #include <cstdio>
 #include <exception>
+#include <optional>
 
 namespace hlvtrace {
 
@@ -49,6 +51,19 @@ std::uint64_t readBackPlaques(std::string const& path, std::string const& finalP
     return header.fillHoleCount;
 }
 
+// The detection written as a render file, each plaque in its camera's colour, to look at in a viewer.
+void writeDetectAsRender(std::string const& detectPath, std::string const& path, std::string const& finalPath)
+{
+    Holvane::BinIO::header_v09 header;
+    Holvane::BinIO::hlvRenderSample5Aovs_t data;
+    int hashSum = 0;
+    if (Holvane::BinIO::hlvReader_v9(detectPath.c_str(), header, data, hashSum) != Holvane::BinIO::READER_OK)
+        throw InputError(finalPath, "cannot be made: the detect file does not read back");
+    Holvane::BinIO::HlvWriteDetectAsRender(path, header, data.fillHoles, nullptr);  // no shader: camera colours
+    if (!Holvane::BinIO::isHlvRender(path.c_str()))
+        throw InputError(finalPath, "the library did not write it");
+}
+
 int run(Options const& options)
 {
     LibraryLog log(options.verbose);
@@ -62,6 +77,9 @@ int run(Options const& options)
     setup.zone = placeZoneOfView(scene, options);
     OutputFiles files(options.outDir);
     setup.outFile = files.pendingDetectFile();
+    std::optional<std::size_t> asRender;
+    if (!options.detectAsRenderPath.empty())
+        asRender = files.add(options.detectAsRenderPath);
 
     RayTracer tracer(scene);
     DebugImage image(setup.width, setup.height);
@@ -69,6 +87,8 @@ int run(Options const& options)
     RunReport report;
     report.detection = runDetection(tracer, setup, log, image, progress);
     report.plaques = readBackPlaques(files.pendingDetectFile(), files.detectFile(), log);
+    if (asRender)
+        writeDetectAsRender(files.pendingDetectFile(), files.pendingFile(*asRender), files.finalFile(*asRender));
     std::string problem;
     if (!writePng(files.pendingPictureFile(), image, problem))
         throw InputError(files.pictureFile(), "cannot be written (" + problem + ")");
@@ -83,6 +103,8 @@ int run(Options const& options)
     report.zone = setup.zone;
     report.detectFile = files.detectFile();
     report.pictureFile = files.pictureFile();
+    if (asRender)
+        report.renderFile = files.finalFile(*asRender);
     (options.json ? printJson : printSummary)(stdout, report);
     return 0;
 }

@@ -90,6 +90,9 @@ void addOptions(CLI::App& app, Options& options, std::vector<float>& centre, std
     app.add_option("--tolerance", options.tolerance, "How much worse a camera may face a point and still own it")
         ->check(finite & CLI::Range(0.0, 1.0))
         ->capture_default_str();
+    app.add_option("--detect-as-render", options.detectAsRenderPath,
+                   "Also write the cleaned detection as a render file, each plaque in its camera's colour")
+        ->type_name("FILE");
     app.add_flag("--json", options.json, "Print the summary as one JSON object");
     app.add_flag("--verbose", options.verbose, "Show the library's informational messages");
     app.set_version_flag("--version", std::string("hlvtrace ") + HLVTRACE_VERSION);

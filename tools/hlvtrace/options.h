@@ -18,6 +18,7 @@ struct Options {
     std::optional<Vec3> boxSize;    // scene units, along x, y and z
     double scale = 100.0;           // centimetres per scene unit
     double tolerance = 0.25;
+    std::string detectAsRenderPath;  // empty: no render file of the detection
     bool json = false;
     bool verbose = false;
 

@@ -6,6 +6,7 @@
 // failed run leaves no partial file behind.
 
 #include <string>
+#include <vector>
 
 namespace hlvtrace {
 
@@ -17,10 +18,15 @@ public:
     OutputFiles(OutputFiles const&) = delete;
     OutputFiles& operator=(OutputFiles const&) = delete;
 
-    std::string const& detectFile() const { return detect.final; }
-    std::string const& pictureFile() const { return picture.final; }
-    std::string const& pendingDetectFile() const { return detect.pending; }
-    std::string const& pendingPictureFile() const { return picture.pending; }
+    // One more file of the run, anywhere; answers its index. Its directory must exist.
+    std::size_t add(std::string const& path);
+
+    std::string const& detectFile() const { return files[0].final; }
+    std::string const& pictureFile() const { return files[1].final; }
+    std::string const& pendingDetectFile() const { return files[0].pending; }
+    std::string const& pendingPictureFile() const { return files[1].pending; }
+    std::string const& finalFile(std::size_t index) const { return files[index].final; }
+    std::string const& pendingFile(std::size_t index) const { return files[index].pending; }
 
     void commit();  // throws InputError naming the file that can't be put in place
 
@@ -28,8 +34,8 @@ private:
     struct Pair {
         std::string final, pending;
     };
-    static Pair pair(std::string const& directory, std::string const& name);
-    Pair detect, picture;
+    static Pair pair(std::string const& path);
+    std::vector<Pair> files;
     bool committed = false;
 };
 

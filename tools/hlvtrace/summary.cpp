@@ -69,13 +69,17 @@ void printSummary(std::FILE* out, RunReport const& r)
                  c.z, s.x, s.y, s.z, r.zone.scale);
     std::fprintf(out, "  rays          %s from the cameras (%s hits), %s for the library's probes\n",
                  grouped(t.primaryRays).c_str(), grouped(t.hits).c_str(), grouped(t.probeRays).c_str());
-    std::fprintf(out, "  plaques       %s written\n", grouped(r.plaques).c_str());
+    std::fprintf(out, "  plaques       %s recorded, %s written after cleaning (%.0f%%)\n",
+                 grouped(t.plaquesRecorded).c_str(), grouped(r.plaques).c_str(),
+                 100.0 * share(std::int64_t(r.plaques), std::int64_t(t.plaquesRecorded)));
     std::fprintf(out, "  time          %.2f s tracing, %.2f s writing; %.2f M rays/s\n", r.detection.tracingSeconds,
                  r.detection.finalisingSeconds, r.raysPerSecond() * 1e-6);
     double host = 1.0 - r.embreeShare() - r.libraryShare();
     std::fprintf(out, "  thread time   %.2f s: Embree %.0f%%, library %.0f%%, hlvtrace %.0f%%\n", seconds(t.busyNs),
                  100.0 * r.embreeShare(), 100.0 * r.libraryShare(), 100.0 * host);
     std::fprintf(out, "  files         %s\n                %s\n", r.detectFile.c_str(), r.pictureFile.c_str());
+    if (!r.renderFile.empty())
+        std::fprintf(out, "                %s\n", r.renderFile.c_str());
 }
 
 void printJson(std::FILE* out, RunReport const& r)
@@ -84,18 +88,20 @@ void printJson(std::FILE* out, RunReport const& r)
     std::fprintf(out,
                  "{\"scene\": %s, \"triangles\": %zu, \"width\": %u, \"height\": %u, \"threads\": %u, "
                  "\"cameras\": %u, \"boxCenter\": %s, \"boxSize\": %s, \"scale\": %.9g, "
-                 "\"primaryRays\": %llu, \"hits\": %llu, \"probeRays\": %llu, \"plaques\": %llu, "
+                 "\"primaryRays\": %llu, \"hits\": %llu, \"probeRays\": %llu, \"plaquesRecorded\": %llu, \"plaques\": %llu, "
                  "\"tracingSeconds\": %.6f, \"finalisingSeconds\": %.6f, \"raysPerSecond\": %.1f, "
                  "\"threadSeconds\": %.6f, \"embreeSeconds\": %.6f, \"librarySeconds\": %.6f, "
                  "\"embreeShare\": %.4f, \"libraryShare\": %.4f, "
-                 "\"detectFile\": %s, \"pictureFile\": %s}\n",
+                 "\"detectFile\": %s, \"pictureFile\": %s, \"renderFile\": %s}\n",
                  jsonString(r.scene).c_str(), r.triangles, r.width, r.height, r.threads, r.cameras,
                  jsonVector(r.zone.centre).c_str(), jsonVector(r.zone.size).c_str(), r.zone.scale,
                  static_cast<unsigned long long>(t.primaryRays), static_cast<unsigned long long>(t.hits),
-                 static_cast<unsigned long long>(t.probeRays), static_cast<unsigned long long>(r.plaques),
+                 static_cast<unsigned long long>(t.probeRays), static_cast<unsigned long long>(t.plaquesRecorded),
+                 static_cast<unsigned long long>(r.plaques),
                  r.detection.tracingSeconds, r.detection.finalisingSeconds, r.raysPerSecond(), seconds(t.busyNs),
                  seconds(t.embreeNs), seconds(t.libraryNs), r.embreeShare(), r.libraryShare(),
-                 jsonString(r.detectFile).c_str(), jsonString(r.pictureFile).c_str());
+                 jsonString(r.detectFile).c_str(), jsonString(r.pictureFile).c_str(),
+                 r.renderFile.empty() ? "null" : jsonString(r.renderFile).c_str());
 }
 
 }  // namespace hlvtrace

@@ -20,6 +20,7 @@ struct RunReport {
     DetectionResult detection;
     std::uint64_t plaques = 0;  // as the written file counts them
     std::string detectFile, pictureFile;
+    std::string renderFile;  // the detection as a render file, when asked for
 
     double raysPerSecond() const;
     // Shares of the threads' busy time: inside Embree, inside the library, and the host's own work.

@@ -20,6 +20,7 @@ struct alignas(64) ThreadStats {
     std::uint64_t primaryRays = 0;  // rays that the library handed out and Embree traced
     std::uint64_t probeRays = 0;    // rays that the library asked for through rayTest
     std::uint64_t hits = 0;         // primary rays that hit: samples handed back
+    std::uint64_t plaquesRecorded = 0;  // plaques the library kept in the thread's buckets, before cleaning
     std::int64_t embreeNs = 0;
     std::int64_t libraryNs = 0;
     std::int64_t busyNs = 0;        // all of the thread's work on tiles
@@ -29,6 +30,7 @@ struct alignas(64) ThreadStats {
         primaryRays += other.primaryRays;
         probeRays += other.probeRays;
         hits += other.hits;
+        plaquesRecorded += other.plaquesRecorded;
         embreeNs += other.embreeNs;
         libraryNs += other.libraryNs;
         busyNs += other.busyNs;
