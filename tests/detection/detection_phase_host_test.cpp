@@ -3,6 +3,7 @@
 #include "common/detect_file.h"
 #include "common/detection_host.h"
 #include "common/log_capture.h"
+#include "common/plaque_cover.h"
 
 #include <gtest/gtest.h>
 
@@ -59,6 +60,27 @@ PlaqueCheck checkPlaque(DetectionHost const& host, DetectFile const& file, Detec
     AnalyticScene::Hit hit;
     host.scene.intersect(o, d, 1e30, hit);
     return {host.scene.distanceToSurface(point), hit.t - plaque.distance};
+}
+
+// The points of the plaques that the buckets received that no plaque of the file covers. Extrapolated plaques
+// rest on a sample's plane rather than on a surface and are not asked about.
+std::size_t pointsLeftUncovered(DetectFile const& file, std::vector<DetectPlaqueInfo> const& recorded)
+{
+    std::size_t const cameras = file.header.cameras.locations.size();
+    Holvane::Camera::CameraRig rig;
+    rig.cameras = rig.camerasWorld = file.header.cameras.locations;
+    rig.cameraWeights.assign(cameras, 1.0f);
+    rig.cameraMasks.assign(cameras, 0u);
+    RenderingContext context;
+    context.rig = &rig;
+    context.width = file.header.widthDisplay;
+    context.height = file.header.heightDisplay;
+    PlaqueCover const cover(context, file.data.fillHoles, 4.0f);
+    std::size_t uncovered = 0;
+    for (DetectPlaqueInfo const& plaque : recorded)
+        if (!plaque.isExtrapolated && !cover.covers(GetPlaqueInfo(context, plaque, 1.0f).center))
+            ++uncovered;
+    return uncovered;
 }
 
 class DetectionPhase : public ::testing::Test {
@@ -127,6 +149,10 @@ TEST_F(DetectionPhase, SpoolAndMemoryBufferRoutesWriteTheSameContent)
     EXPECT_EQ(std::memcmp(a.data.fillHoles.data(), b.data.fillHoles.data(), a.data.fillHoles.size() * 28), 0);
     EXPECT_EQ(a.data.completion, b.data.completion);
     EXPECT_EQ(a.header.fillHoleCount, b.header.fillHoleCount);
+    // Cleaning takes away repeats and covered plaques, never the only plaque that sees a piece of surface.
+    EXPECT_EQ(memory.recorded.size(), memory.plaquesFlushed.load());
+    EXPECT_LT(b.data.fillHoles.size(), memory.recorded.size());
+    EXPECT_EQ(pointsLeftUncovered(b, memory.recorded), 0u) << "of " << memory.recorded.size();
 
     if (!*HLVINFO_PATH)
         GTEST_SKIP() << "the tool's path is not known to this build";

@@ -127,7 +127,8 @@ TEST(Hlvtrace, BuiltInRoomGivesADetectFileWhosePlaquesLieOnTheScene)
 {
     SKIP_WITHOUT_HLVTRACE();
     TempDir dir;
-    ToolRun run = runHlvtrace(dir, "--json --cameras 8 --threads 2 --out " + dir / "out");
+    ToolRun run = runHlvtrace(dir, "--json --cameras 8 --threads 2 --out " + dir / "out" + " --detect-as-render " +
+                                       dir / "view.hlvRender");
     ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(filesIn(dir / "out"), 2);
     Read9 file = read9(dir / "out/scene.hlvDetect");
@@ -147,10 +148,22 @@ TEST(Hlvtrace, BuiltInRoomGivesADetectFileWhosePlaquesLieOnTheScene)
     EXPECT_EQ(header.fillHoleCount, file.data.fillHoles.size());
     EXPECT_GT(file.data.fillHoles.size(), 312u * 208u);
     EXPECT_EQ(jsonNumber(run.out, "plaques"), double(file.data.fillHoles.size()));
+    EXPECT_GT(jsonNumber(run.out, "plaquesRecorded"), jsonNumber(run.out, "plaques"));  // cleaning took some
     EXPECT_LE(jsonNumber(run.out, "hits"), jsonNumber(run.out, "primaryRays"));
     EXPECT_GT(jsonNumber(run.out, "probeRays"), 0.0);
     EXPECT_TRUE(isPng(dir / "out/detect-debug.png", 312, 208));
     expectPlaquesOnScene(file, hlvtrace::builtinRoom());
+
+    // The same plaques as a render file, one sample each, in order.
+    Read9 const view = read9(dir / "view.hlvRender");
+    ASSERT_EQ(view.answer, READER_OK);
+    ASSERT_EQ(view.data.samples.size(), file.data.fillHoles.size());
+    EXPECT_TRUE(view.data.fillHoles.empty());
+    for (std::size_t i = 0; i < view.data.samples.size(); i += 97) {
+        EXPECT_EQ(view.data.samples[i].cameraIndex, file.data.fillHoles[i].cameraIndex);
+        EXPECT_EQ(view.data.samples[i].x, file.data.fillHoles[i].x);
+        EXPECT_EQ(view.data.samples[i].level, file.data.fillHoles[i].level);
+    }
 }
 
 // With one thread the work runs in one order, so the file comes out byte for byte the same.
@@ -229,6 +242,9 @@ TEST(Hlvtrace, RefusesInputsItCannotUse)
     ToolRun run = runHlvtrace(dir, "--cameras 1 --out " + dir / "taken");
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(run.err, "hlvtrace: " + dir / "taken" + ": cannot be created (Not a directory)\n");
+    run = runHlvtrace(dir, "--cameras 1 --out " + dir / "out" + " --detect-as-render " + dir / "no/view.hlvRender");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.err, "hlvtrace: " + dir / "no/view.hlvRender" + ": cannot be written (its directory doesn't exist)\n");
 }
 
 // Bad options are usage errors: status 2, a message that names the option, and no work done.
