@@ -9,7 +9,7 @@ if [ "$(id -u)" -ne 0 ]; then
 fi
 
 packages=(cmake ninja-build g++ make pkg-config libjsoncpp-dev libblosc-dev libgtest-dev libbenchmark-dev
-          libembree-dev libtbb-dev libtinyobjloader-dev libcli11-dev libpng-dev locales)
+          libembree-dev libtbb-dev libtinyobjloader-dev libcli11-dev libpng-dev libnanoflann-dev locales)
 
 missing=()
 for p in "${packages[@]}"; do
