@@ -28,7 +28,8 @@ struct FillHolesFirst {
     static bool estimatedFillHole(DetectPlaqueInfo const& record) { return record.isExtrapolated != 0; }
 };
 
-// Shaded samples and merged records: front faces go first, all judged with the quality check.
+// Shaded samples and merged records: front faces go first, all judged with the quality check. The order of the
+// facing is the reverse of the detection plaques' on purpose.
 struct FrontFacesFirst {
     template <class Record>
     static int rank(Record const&, Plaque const& plaque)
