@@ -54,6 +54,14 @@ long long findBucketByRegion(int xMin, int yMin, int xMax, int yMax)
     return -1;
 }
 
+long long findBucketByRegionOrSay(Logger::LogLevel level, char const* format, int xMin, int yMin, int xMax, int yMax)
+{
+    long long const index = findBucketByRegion(xMin, yMin, xMax, yMax);
+    if (index < 0)
+        HvOutputLogString(level, format, xMin, yMin, xMax, yMax);
+    return index;
+}
+
 void finishBucket(Bucket& bucket)
 {
     if (session().phase == Phase::PHASE_DETECT)
@@ -121,14 +129,11 @@ int HvProcessBucketGetBufferSize(unsigned long long const& threadId)
 
 int HvProcessBucketGetBufferSize(int const& xMin, int const& yMin, int const& xMax, int const& yMax)
 {
-    long long const index = Internal::findBucketByRegion(xMin, yMin, xMax, yMax);
-    if (index < 0) {
-        HvOutputLogString(
-            Logger::ERROR,
-            "[Holvane] HvProcessBucketGetBufferSize Failed to get a bucket with coordinates %d %d %d %d.\n", xMin, yMin,
-            xMax, yMax);
+    long long const index = Internal::findBucketByRegionOrSay(
+        Logger::ERROR, "[Holvane] HvProcessBucketGetBufferSize Failed to get a bucket with coordinates %d %d %d %d.\n",
+        xMin, yMin, xMax, yMax);
+    if (index < 0)
         return -1;
-    }
     return HvProcessBucketGetBufferSize(static_cast<unsigned long long>(index));
 }
 
@@ -145,15 +150,12 @@ bool HvProcessBucketFlushToFile(unsigned long long const& threadId)
 bool HvProcessBucketFlushToFile(int const& xMin, int const& yMin, int const& xMax, int const& yMax)
 {
     Internal::requireRunningPhase();
-    long long const index = Internal::findBucketByRegion(xMin, yMin, xMax, yMax);
-    if (index < 0) {
-        // two blanks after the bracket, as hosts have always matched it
-        HvOutputLogString(
-            Logger::WARNING,
-            "[Holvane]  HvProcessBucketFlushToFile Failed to get a bucket with coordinates %d %d %d %d.\n", xMin, yMin,
-            xMax, yMax);
+    // two blanks after the bracket, as hosts have always matched it
+    long long const index = Internal::findBucketByRegionOrSay(
+        Logger::WARNING, "[Holvane]  HvProcessBucketFlushToFile Failed to get a bucket with coordinates %d %d %d %d.\n",
+        xMin, yMin, xMax, yMax);
+    if (index < 0)
         return false;
-    }
     return HvProcessBucketFlushToFile(static_cast<unsigned long long>(index));
 }
 

@@ -195,13 +195,11 @@ using Logger::HvOutputLogString;
 bool HvBucketFlushToMemory(void* buffer, unsigned long long const& size, int const& xMin, int const& yMin,
                            int const& xMax, int const& yMax)
 {
-    long long const index = Internal::findBucketByRegion(xMin, yMin, xMax, yMax);
-    if (index < 0) {
-        HvOutputLogString(Logger::ERROR,
-                          "[Holvane] HvBucketFlushToMemory Failed to get a bucket with coordinates %d %d %d %d.\n",
-                          xMin, yMin, xMax, yMax);
+    long long const index = Internal::findBucketByRegionOrSay(
+        Logger::ERROR, "[Holvane] HvBucketFlushToMemory Failed to get a bucket with coordinates %d %d %d %d.\n", xMin,
+        yMin, xMax, yMax);
+    if (index < 0)
         return false;
-    }
     Internal::requireRunningPhase();
     HolvaneContext& s = session();
     if (static_cast<unsigned long long>(index) >= s.buckets.size()) {
